@@ -1,0 +1,16 @@
+# common_options(TARGET): the warnings, the code generation and the sanitizers that hold for all of our own code.
+function(common_options target)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Woverloaded-virtual
+        -Wformat=2 -Wno-format-nonliteral -Werror)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
+    endif()
+    if(COMMON_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${COMMON_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${COMMON_SANITIZE})
+    endif()
+    if(MINGW)
+        target_compile_definitions(${target} PRIVATE __USE_MINGW_ANSI_STDIO=1)
+    endif()
+endfunction()
