@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+
+// This process and its surroundings.
+namespace System
+{
+// Number of this process.
+unsigned long GetProcessNumber();
+
+// Most bytes of a computer's name, without the terminator.
+inline constexpr std::size_t COMPUTER_NAME_SIZE = 260;
+
+// Writes the name of this computer, terminated, into a buffer of COMPUTER_NAME_SIZE + 1 bytes.
+// Returns its length; 0, and an empty text, when it cannot be read.
+std::size_t ReadComputerName(char* pBuffer);
+
+// Tells whether a debugger is attached to this process.
+bool IsDebuggerAttached();
+
+// Sends a text to the debugger as it is. Never ends the process, and leaves the error number of the thread alone.
+void WriteDebugger(const char* pText);
+
+// Ends the process at once: no exit handlers, no destructors.
+[[noreturn]] void EndProcess(int nStatus);
+} // namespace System
