@@ -3,6 +3,9 @@ function(common_options target)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Woverloaded-virtual
         -Wformat=2 -Wno-format-nonliteral -Werror)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        target_compile_options(${target} PRIVATE -Wno-restrict) # wrong about "text" + std::string when it optimises
+    endif()
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
         target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
     endif()
