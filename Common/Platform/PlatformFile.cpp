@@ -1,0 +1,308 @@
+#include <Common/Platform/PlatformFile.h>
+
+#include <Common/Platform/System/FileHandle.h>
+#include <Common/Platform/System/SystemFile.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+namespace
+{
+constexpr int NO_FILE = -1;
+
+constexpr int Answer(bool bSuccess)
+{
+    return bSuccess ? 1 : -1;
+}
+
+/// The streams behind the handles. A slot is free, or taken: by a stream, by an open or close that is under way, or for
+/// good by a stream that failed to close. Only a stream is seen from outside.
+///
+/// It is ready before any constructor runs and stays so after every destructor, so that static objects of all modules
+/// may use files. Streams that are open when the library goes are neither flushed nor closed by it.
+class CFileTable
+{
+public:
+    /// Takes the lowest free slot, or NO_FILE.
+    int Reserve() noexcept
+    {
+        for (std::size_t nSlot = 0; nSlot < m_aSlots.size(); ++nSlot)
+        {
+            std::uintptr_t nFree = FREE;
+            if (m_aSlots[nSlot].load(std::memory_order_relaxed) == FREE &&
+                m_aSlots[nSlot].compare_exchange_strong(nFree, TAKEN, std::memory_order_acquire))
+                return static_cast<int>(nSlot);
+        }
+        return NO_FILE;
+    }
+
+    /// Fills a slot that Reserve() took.
+    void Store(int nFile, std::FILE* pStream) noexcept
+    {
+        Slot(nFile).store(reinterpret_cast<std::uintptr_t>(pStream), std::memory_order_release);
+    }
+
+    /// Frees a slot that Reserve() or Detach() holds.
+    void Release(int nFile) noexcept { Slot(nFile).store(FREE, std::memory_order_release); }
+
+    /// The stream of a slot, or null.
+    std::FILE* Find(int nFile) const noexcept
+    {
+        if (static_cast<std::size_t>(nFile) >= m_aSlots.size())
+            return nullptr;
+        return StreamOf(m_aSlots[static_cast<std::size_t>(nFile)].load(std::memory_order_acquire));
+    }
+
+    /// Takes the stream out of its slot, which stays taken; null when there is none. Of two threads one gets it.
+    std::FILE* Detach(int nFile) noexcept
+    {
+        if (Find(nFile) == nullptr)
+            return nullptr;
+
+        std::uintptr_t nContent = Slot(nFile).load(std::memory_order_acquire);
+        while (StreamOf(nContent) != nullptr)
+        {
+            if (Slot(nFile).compare_exchange_weak(nContent, TAKEN, std::memory_order_acq_rel))
+                return StreamOf(nContent);
+        }
+        return nullptr;
+    }
+
+private:
+    static constexpr std::size_t SLOT_COUNT = 1024;
+    static constexpr std::uintptr_t FREE = 0;
+    static constexpr std::uintptr_t TAKEN = 1; // no address of a stream
+
+    static std::FILE* StreamOf(std::uintptr_t nContent) noexcept
+    {
+        return nContent > TAKEN ? reinterpret_cast<std::FILE*>(nContent) : nullptr;
+    }
+
+    std::atomic<std::uintptr_t>& Slot(int nFile) noexcept { return m_aSlots[static_cast<std::size_t>(nFile)]; }
+
+    std::array<std::atomic<std::uintptr_t>, SLOT_COUNT> m_aSlots{};
+};
+
+constinit CFileTable s_oTable;
+
+struct sAttributePair
+{
+    unsigned nOurs;
+    std::uint32_t nSystem;
+};
+
+constexpr sAttributePair ATTRIBUTE_PAIRS[] = {
+    {FILE_ATTR_ARCHIVE, System::ATTRIBUTE_ARCHIVE},     {FILE_ATTR_COMPRESSED, System::ATTRIBUTE_COMPRESSED},
+    {FILE_ATTR_DIRECTORY, System::ATTRIBUTE_DIRECTORY}, {FILE_ATTR_HIDDEN, System::ATTRIBUTE_HIDDEN},
+    {FILE_ATTR_NORMAL, System::ATTRIBUTE_NORMAL},       {FILE_ATTR_READONLY, System::ATTRIBUTE_READONLY},
+    {FILE_ATTR_SYSTEM, System::ATTRIBUTE_SYSTEM},       {FILE_ATTR_TEMPORARY, System::ATTRIBUTE_TEMPORARY},
+};
+
+// Copies a part of a path into a buffer of limited size, which may be null.
+void StorePart(char* pTarget, const char* pBegin, const char* pEnd, std::size_t nSize)
+{
+    if (pTarget == nullptr)
+        return;
+
+    const std::size_t nLength = std::min(static_cast<std::size_t>(pEnd - pBegin), nSize - 1);
+    std::memcpy(pTarget, pBegin, nLength);
+    pTarget[nLength] = '\0';
+}
+} // namespace
+
+int FILE_Open(const char* pPath, const char* pMode)
+{
+    if (pPath == nullptr || pMode == nullptr)
+        return NO_FILE;
+
+    const int nFile = s_oTable.Reserve();
+    if (nFile == NO_FILE)
+        return NO_FILE;
+
+    std::FILE* const pStream = System::OpenStream(pPath, pMode);
+    if (pStream == nullptr)
+    {
+        s_oTable.Release(nFile);
+        return NO_FILE;
+    }
+
+    s_oTable.Store(nFile, pStream);
+    return nFile;
+}
+
+int FILE_Close(int nFile)
+{
+    std::FILE* const pStream = s_oTable.Detach(nFile);
+    if (pStream == nullptr)
+        return -1;
+
+    // A stream that failed to close is gone all the same: its slot stays taken, and nobody reaches the stream again.
+    if (std::fclose(pStream) != 0)
+        return -1;
+
+    s_oTable.Release(nFile);
+    return 1;
+}
+
+unsigned FILE_Read(int nFile, void* pBuffer, unsigned nSize, unsigned nCount)
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return pStream != nullptr ? static_cast<unsigned>(std::fread(pBuffer, nSize, nCount, pStream)) : 0;
+}
+
+unsigned FILE_Write(int nFile, const void* pBuffer, unsigned nSize, unsigned nCount)
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return pStream != nullptr ? static_cast<unsigned>(std::fwrite(pBuffer, nSize, nCount, pStream)) : 0;
+}
+
+int FILE_Gets(int nFile, char* pBuffer, int nSize)
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    if (pStream == nullptr || nSize <= 0)
+        return -1;
+    return Answer(std::fgets(pBuffer, nSize, pStream) != nullptr);
+}
+
+int FILE_Puts(int nFile, const char* pText)
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    if (pStream == nullptr)
+        return -1;
+
+    // Kept: 1 tells a failure and -1 a success. What fputs returns for a success differs between runtime libraries.
+    return Answer(std::fputs(pText, pStream) == EOF);
+}
+
+long FILE_Tell(int nFile)
+{
+    const std::int64_t nPosition = System::TellFile(nFile);
+    return nPosition <= std::numeric_limits<long>::max() ? static_cast<long>(nPosition) : -1;
+}
+
+int FILE_Seek(int nFile, long nOffset, int nOrigin)
+{
+    constexpr int FROM_CURRENT = 0;
+    constexpr int FROM_END = 1;
+
+    const int nSystemOrigin = nOrigin == FROM_CURRENT ? SEEK_CUR : nOrigin == FROM_END ? SEEK_END : SEEK_SET;
+    return Answer(System::SeekFile(nFile, nOffset, nSystemOrigin));
+}
+
+int FILE_Flush(int nFile)
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return Answer(pStream != nullptr && std::fflush(pStream) == 0);
+}
+
+int FILE_Printf(int nFile, const char* pFormat, ...)
+{
+    va_list pArguments;
+    va_start(pArguments, pFormat);
+    const int nResult = FILE_Vprintf(nFile, pFormat, pArguments);
+    va_end(pArguments);
+    return nResult;
+}
+
+int FILE_Vprintf(int nFile, const char* pFormat, va_list pArguments)
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return pStream != nullptr ? std::vfprintf(pStream, pFormat, pArguments) : -1;
+}
+
+int FILE_Delete(const char* pPath)
+{
+    return Answer(System::EraseFile(pPath));
+}
+
+void FILE_SplitPath(const char* pPath, char* pDrive, char* pDir, char* pName, char* pExt)
+{
+    const char* const pPathOrEmpty = pPath != nullptr ? pPath : "";
+    const bool bHasDrive = pPathOrEmpty[0] != '\0' && pPathOrEmpty[1] == ':';
+    const char* const pDirBegin = pPathOrEmpty + (bHasDrive ? 2 : 0);
+
+    const char* pNameBegin = pDirBegin;
+    const char* pDot = nullptr;
+    const char* pEnd = pDirBegin;
+    for (; *pEnd != '\0'; ++pEnd)
+    {
+        if (System::IsPathLeadByte(static_cast<unsigned char>(*pEnd)) && pEnd[1] != '\0')
+            ++pEnd;
+        else if (*pEnd == '/' || *pEnd == '\\')
+        {
+            pNameBegin = pEnd + 1;
+            pDot = nullptr;
+        }
+        else if (*pEnd == '.')
+            pDot = pEnd;
+    }
+    const char* const pExtBegin = pDot != nullptr ? pDot : pEnd;
+
+    StorePart(pDrive, pPathOrEmpty, pDirBegin, FILE_SPLIT_DRIVE_SIZE);
+    StorePart(pDir, pDirBegin, pNameBegin, FILE_SPLIT_DIR_SIZE);
+    StorePart(pName, pNameBegin, pExtBegin, FILE_SPLIT_NAME_SIZE);
+    StorePart(pExt, pExtBegin, pEnd, FILE_SPLIT_EXT_SIZE);
+}
+
+unsigned FILE_GetFileAttributes(const char* pPath)
+{
+    const std::uint32_t nSystem = System::GetAttributes(pPath);
+    if (nSystem == System::NO_ATTRIBUTES)
+        return FILE_ATTR_MISSING;
+
+    unsigned nOurs = 0;
+    for (const sAttributePair& oPair : ATTRIBUTE_PAIRS)
+        nOurs |= (nSystem & oPair.nSystem) != 0 ? oPair.nOurs : 0;
+    return nOurs;
+}
+
+int FILE_SetFileAttributes(const char* pPath, unsigned nAttributes)
+{
+    std::uint32_t nSystem = 0;
+    for (const sAttributePair& oPair : ATTRIBUTE_PAIRS)
+        nSystem |= (nAttributes & oPair.nOurs) != 0 ? oPair.nSystem : 0;
+
+    return System::SetAttributes(pPath, nAttributes == FILE_ATTR_MISSING ? System::NO_ATTRIBUTES : nSystem) ? 1 : 0;
+}
+
+int System::AdoptStream(std::FILE* pStream) noexcept
+{
+    if (pStream == nullptr)
+        return NO_FILE;
+
+    const int nFile = s_oTable.Reserve();
+    if (nFile == NO_FILE)
+        std::fclose(pStream);
+    else
+        s_oTable.Store(nFile, pStream);
+    return nFile;
+}
+
+std::FILE* System::GetStream(int nFile) noexcept
+{
+    return s_oTable.Find(nFile);
+}
+
+std::int64_t System::TellFile(int nFile) noexcept
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return pStream != nullptr ? System::TellStream(pStream) : -1;
+}
+
+bool System::SeekFile(int nFile, std::int64_t nOffset, int nOrigin) noexcept
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return pStream != nullptr && System::SeekStream(pStream, nOffset, nOrigin);
+}
+
+std::int64_t System::GetFileLength(int nFile) noexcept
+{
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return pStream != nullptr ? System::GetStreamLength(pStream) : -1;
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+/// @file
+/// What the library itself asks of a file handle beyond the FILE_ functions: 64-bit positions on every target, the
+/// length without moving, and handles for streams that were opened in another way.
+///
+/// Inside the library only; PlatformFile.cpp implements it. A handle that is not open fails, as everywhere.
+
+#include <cstdint>
+#include <cstdio>
+
+namespace System
+{
+/// Gives a stream a handle, the lowest free one. The handle owns the stream from then on.
+///
+/// @return the handle; -1 when the stream is null or the table full, and then the stream is closed
+int AdoptStream(std::FILE* pStream) noexcept;
+
+/// The stream of a handle, null when it is not open. It stays the handle's.
+std::FILE* GetStream(int nFile) noexcept;
+
+/// The position of a handle; -1 on failure.
+std::int64_t TellFile(int nFile) noexcept;
+
+/// Moves a handle.
+///
+/// @param nOrigin  SEEK_SET, SEEK_CUR or SEEK_END
+bool SeekFile(int nFile, std::int64_t nOffset, int nOrigin) noexcept;
+
+/// The length of a handle's file as the system knows it, without what is not flushed yet; -1 on failure.
+///
+/// It costs one call of the system and leaves the position alone: cheaper than seeking to the end and back.
+std::int64_t GetFileLength(int nFile) noexcept;
+} // namespace System

@@ -1,0 +1,215 @@
+#pragma once
+
+/// @file
+/// The file service of the system: what a port implements, in Posix/SystemFile.cpp and Windows/SystemFile.cpp.
+///
+/// Inside the library only. Nothing here throws, logs or keeps a handle of its own. Any thread may call; a stream and
+/// an object belong to one thread at a time. A null path is refused like a missing one.
+///
+/// How a path finds its file: both separators count on every system. Where the system tells capital from small
+/// letters, the exact name is tried first, and only when it is missing each component without regard to case (the
+/// letters A to Z; of several candidates the exact one, else the first in the order of directory searches). What
+/// creates, renames or deletes does so for the folders on the way alone and takes the last name as it stands.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace System
+{
+// ---------------------------------------------------------------- streams
+
+/// fopen with the rules for paths.
+///
+/// Only files and devices open: a directory, a pipe and a socket are refused, in every mode, and none is waited for.
+/// Descriptors are not handed on to child processes where the system can tell. Mode 'x' (create, never open) works on
+/// every system.
+///
+/// @param pMode  a mode string of fopen
+/// @return       the stream, to be closed with fclose; null on failure
+std::FILE* OpenStream(const char* pPath, const char* pMode) noexcept;
+
+/// Makes a file in the current directory that no link leads anywhere else: an existing file, link or pipe of that name
+/// is removed first (a directory or a read-only file is refused), then a new file is made, never an old one opened.
+///
+/// @param pName  a plain name, see IsPlainName()
+/// @return       the stream, open for binary writing; null on failure
+std::FILE* CreateStreamHere(const char* pName) noexcept;
+
+/// ftell with 64 bits; -1 on failure.
+std::int64_t TellStream(std::FILE* pStream) noexcept;
+
+/// fseek with 64 bits.
+///
+/// @param nOrigin  SEEK_SET, SEEK_CUR or SEEK_END
+bool SeekStream(std::FILE* pStream, std::int64_t nOffset, int nOrigin) noexcept;
+
+/// The length of the file as the system knows it, position untouched; what the stream has not flushed yet is not
+/// counted. -1 on failure.
+std::int64_t GetStreamLength(std::FILE* pStream) noexcept;
+
+/// Flushes the stream and cuts or extends the file.
+bool TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept;
+
+// ---------------------------------------------------------------- names
+
+/// Deletes a file, or a link itself; a directory and a read-only file are refused.
+bool EraseFile(const char* pPath) noexcept;
+
+/// Renames a file; one that has the new name already is replaced in one step.
+bool RenameOver(const char* pFrom, const char* pTo) noexcept;
+
+/// Whether a name from outside is nothing but a name in a directory: not empty, not "." or "..", without separators of
+/// either kind, and nothing that this system takes for a device, a stream or another spelling.
+bool IsPlainName(const char* pName) noexcept;
+
+/// Whether a byte begins a double-byte character in the paths of this system, so that the next is no separator.
+bool IsPathLeadByte(unsigned char nByte) noexcept;
+
+// ---------------------------------------------------------------- attributes
+
+/// Attribute bits, with the values of Windows.
+constexpr std::uint32_t ATTRIBUTE_READONLY = 0x001;
+constexpr std::uint32_t ATTRIBUTE_HIDDEN = 0x002;
+constexpr std::uint32_t ATTRIBUTE_SYSTEM = 0x004;
+constexpr std::uint32_t ATTRIBUTE_DIRECTORY = 0x010;
+constexpr std::uint32_t ATTRIBUTE_ARCHIVE = 0x020;
+constexpr std::uint32_t ATTRIBUTE_NORMAL = 0x080;
+constexpr std::uint32_t ATTRIBUTE_TEMPORARY = 0x100;
+constexpr std::uint32_t ATTRIBUTE_COMPRESSED = 0x800;
+constexpr std::uint32_t NO_ATTRIBUTES = 0xFFFFFFFF; ///< there is no such file
+
+/// The attributes of a file or directory; NO_ATTRIBUTES when it is missing.
+///
+/// On POSIX: directory; hidden is a name that begins with a dot; readonly is that nobody has write permission (also for
+/// the superuser, who may write all the same); normal when nothing else holds.
+std::uint32_t GetAttributes(const char* pPath) noexcept;
+
+/// Sets the attributes of a file or directory; 0 counts as normal.
+///
+/// On POSIX only what GetAttributes() would then tell is set: anything else, such as hidden for a name without a dot or
+/// archive, is refused and nothing changes. Taking readonly away gives the owner write permission.
+bool SetAttributes(const char* pPath, std::uint32_t nAttributes) noexcept;
+
+/// What lies under a name.
+enum class eFileKind : std::uint8_t
+{
+    File,
+    Directory,
+    Link, ///< only where links are not followed
+    Other ///< device, pipe, socket
+};
+
+/// What the system knows about a file. Two names lead to one file exactly when volume and index are equal.
+struct sFileStatus
+{
+    eFileKind eKind;
+    std::uint64_t nSize;
+    std::uint64_t nVolume;
+    std::uint64_t nIndex;
+
+    bool IsSameFile(const sFileStatus& oOther) const { return nVolume == oOther.nVolume && nIndex == oOther.nIndex; }
+};
+
+/// Tells the status of what a path leads to.
+///
+/// @param bFollowLinks  false to look at a link itself
+/// @return              false when it is missing
+bool GetStatus(const char* pPath, sFileStatus& oStatus, bool bFollowLinks = true) noexcept;
+
+/// Tells the status of an open file.
+bool GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept;
+
+// ---------------------------------------------------------------- directories
+
+/// Makes a directory; false when there is one already.
+bool MakeDirectory(const char* pPath) noexcept;
+
+/// Removes an empty directory.
+bool EraseDirectory(const char* pPath) noexcept;
+
+/// Changes the current directory of the process.
+bool ChangeDirectory(const char* pPath) noexcept;
+
+/// Changes into a directory of the current one, unless it is a link.
+///
+/// @param pName  a plain name, see IsPlainName()
+bool EnterDirectoryHere(const char* pName) noexcept;
+
+/// Stores the absolute current directory with its terminator; false when it does not fit.
+bool GetWorkingDirectory(char* pBuffer, std::size_t nSize) noexcept;
+
+/// The absolute current directory, however long; empty on failure.
+std::string GetWorkingDirectory();
+
+/// Remembers the current directory, to come back to it.
+///
+/// On POSIX this holds the directory itself, so that no length of its path and no renaming above it gets in the way.
+class CDirectoryMark
+{
+public:
+    /// Remembers the current directory.
+    CDirectoryMark() noexcept;
+    ~CDirectoryMark();
+
+    CDirectoryMark(const CDirectoryMark&) = delete;
+    CDirectoryMark& operator=(const CDirectoryMark&) = delete;
+
+    /// Whether the current directory could be remembered.
+    bool IsValid() const noexcept;
+
+    /// Changes back to the remembered directory; can be called again.
+    bool Return() const noexcept;
+
+private:
+    int m_nDirectory;
+    std::string m_sPath;
+};
+
+/// A search for the names of a directory that match a pattern.
+///
+///     System::CDirectorySearch oSearch;
+///     if (oSearch.Start("data/*.txt"))
+///         while (const char* pName = oSearch.Next())
+///             total += oSearch.GetSize();
+///
+/// The pattern's last component may hold '*' (any bytes, also none) and '?' (one byte); "*.*" matches every name; the
+/// case of letters does not count. The names are taken at the start, so changes to the directory do not disturb a
+/// search. They come as "." and ".." where the pattern matches them, then ascending: letters folded to capitals, then
+/// by bytes.
+class CDirectorySearch
+{
+public:
+    CDirectorySearch() noexcept;
+    ~CDirectorySearch();
+
+    CDirectorySearch(CDirectorySearch&&) noexcept;
+    CDirectorySearch& operator=(CDirectorySearch&&) noexcept;
+
+    /// Starts a new search; an older one ends.
+    ///
+    /// @return false when there is no such directory, or no memory
+    bool Start(const char* pPattern) noexcept;
+
+    /// Goes to the next name.
+    ///
+    /// @return the name without its directory, valid until the next call; null at the end, and then nothing is held
+    ///         any more
+    const char* Next() noexcept;
+
+    /// Whether the current name is a directory, or a link to one.
+    bool IsDirectory() const noexcept;
+
+    /// The size of the current name's file in bytes, through links; 0 for a directory and when the file has gone.
+    std::uint64_t GetSize() const noexcept;
+
+    /// Ends the search.
+    void Close() noexcept;
+
+private:
+    struct sState;
+    std::unique_ptr<sState> m_pState;
+};
+} // namespace System

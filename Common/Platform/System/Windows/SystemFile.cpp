@@ -1,0 +1,415 @@
+#include <Common/Platform/System/SystemFile.h>
+
+#include <Common/Platform/System/NameOrder.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <direct.h>
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
+
+static_assert(System::ATTRIBUTE_READONLY == FILE_ATTRIBUTE_READONLY);
+static_assert(System::ATTRIBUTE_HIDDEN == FILE_ATTRIBUTE_HIDDEN);
+static_assert(System::ATTRIBUTE_SYSTEM == FILE_ATTRIBUTE_SYSTEM);
+static_assert(System::ATTRIBUTE_DIRECTORY == FILE_ATTRIBUTE_DIRECTORY);
+static_assert(System::ATTRIBUTE_ARCHIVE == FILE_ATTRIBUTE_ARCHIVE);
+static_assert(System::ATTRIBUTE_NORMAL == FILE_ATTRIBUTE_NORMAL);
+static_assert(System::ATTRIBUTE_TEMPORARY == FILE_ATTRIBUTE_TEMPORARY);
+static_assert(System::ATTRIBUTE_COMPRESSED == FILE_ATTRIBUTE_COMPRESSED);
+static_assert(System::NO_ATTRIBUTES == INVALID_FILE_ATTRIBUTES);
+
+namespace
+{
+/// A handle of the kernel that closes itself.
+class CKernelHandle
+{
+public:
+    explicit CKernelHandle(HANDLE pHandle) noexcept : m_pHandle(pHandle) {}
+
+    ~CKernelHandle()
+    {
+        if (IsValid())
+            ::CloseHandle(m_pHandle);
+    }
+
+    CKernelHandle(const CKernelHandle&) = delete;
+    CKernelHandle& operator=(const CKernelHandle&) = delete;
+
+    bool IsValid() const noexcept { return m_pHandle != INVALID_HANDLE_VALUE; }
+
+    HANDLE Get() const noexcept { return m_pHandle; }
+
+private:
+    HANDLE m_pHandle;
+};
+
+// A handle that can only be asked about what a path leads to.
+CKernelHandle OpenForStatus(const char* pPath, bool bFollowLinks) noexcept
+{
+    const DWORD nFlags = FILE_FLAG_BACKUP_SEMANTICS | (bFollowLinks ? 0 : FILE_FLAG_OPEN_REPARSE_POINT);
+    return CKernelHandle(::CreateFileA(pPath, FILE_READ_ATTRIBUTES,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                       nFlags, nullptr));
+}
+
+std::uint64_t Join(DWORD nHigh, DWORD nLow) noexcept
+{
+    return (static_cast<std::uint64_t>(nHigh) << 32) | nLow;
+}
+
+bool GetHandleStatus(HANDLE pHandle, bool bFollowLinks, System::sFileStatus& oStatus) noexcept
+{
+    BY_HANDLE_FILE_INFORMATION oInfo;
+    if (!::GetFileInformationByHandle(pHandle, &oInfo))
+        return false;
+
+    const bool bLink = !bFollowLinks && (oInfo.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    const bool bDirectory = (oInfo.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    oStatus.eKind = bLink        ? System::eFileKind::Link
+                    : bDirectory ? System::eFileKind::Directory
+                                 : System::eFileKind::File;
+    oStatus.nSize = bDirectory ? 0 : Join(oInfo.nFileSizeHigh, oInfo.nFileSizeLow);
+    oStatus.nVolume = oInfo.dwVolumeSerialNumber;
+    oStatus.nIndex = Join(oInfo.nFileIndexHigh, oInfo.nFileIndexLow);
+    return true;
+}
+
+// The runtime library knows no mode 'x': the file is made first.
+std::FILE* CreateStream(const char* pPath, const char* pMode) noexcept
+{
+    const bool bText = std::strchr(pMode, 't') != nullptr || std::strchr(pMode, 'b') == nullptr;
+    const bool bUpdate = std::strchr(pMode, '+') != nullptr;
+    const int nFlags = _O_CREAT | _O_EXCL | (bUpdate ? _O_RDWR : _O_WRONLY) | (bText ? _O_TEXT : _O_BINARY) |
+                       (pMode[0] == 'a' ? _O_APPEND : 0);
+    const int nDescriptor = ::_open(pPath, nFlags, _S_IREAD | _S_IWRITE);
+    if (nDescriptor == -1)
+        return nullptr;
+
+    const char aStreamMode[] = {pMode[0], bText ? 't' : 'b', bUpdate ? '+' : '\0', '\0'};
+    std::FILE* const pStream = ::_fdopen(nDescriptor, aStreamMode);
+    if (pStream == nullptr)
+        ::_close(nDescriptor);
+    return pStream;
+}
+
+std::FILE* OpenOnce(const char* pPath, const char* pMode) noexcept
+{
+    return std::strchr(pMode, 'x') != nullptr && pMode[0] != 'r' ? CreateStream(pPath, pMode)
+                                                                 : std::fopen(pPath, pMode);
+}
+
+// A name that the system would take for a device, whatever its extension.
+bool IsDeviceName(std::string_view sName) noexcept
+{
+    std::string_view sStem = sName.substr(0, sName.find('.'));
+    sStem = sStem.substr(0, sStem.find_last_not_of(' ') + 1);
+    for (const char* pDevice : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$", "CLOCK$"})
+        if (System::IsSameFolded(sStem, pDevice))
+            return true;
+
+    if (sStem.size() < 4)
+        return false;
+    const std::string_view sKind = sStem.substr(0, 3);
+    const std::string_view sNumber = sStem.substr(3);
+    const bool bNumber = (sNumber.size() == 1 && sNumber[0] >= '0' && sNumber[0] <= '9') || sNumber == "\xB9" ||
+                         sNumber == "\xB2" || sNumber == "\xB3"; // the superscripts 1 to 3 count too
+    return bNumber && (System::IsSameFolded(sKind, "COM") || System::IsSameFolded(sKind, "LPT"));
+}
+
+constexpr unsigned char TYPE_DIRECTORY = 1;
+} // namespace
+
+std::FILE* System::OpenStream(const char* pPath, const char* pMode) noexcept
+{
+    if (pPath == nullptr || pMode == nullptr || std::strchr("rwa", pMode[0]) == nullptr || pMode[0] == '\0')
+    {
+        errno = EINVAL;
+        return nullptr;
+    }
+
+    std::FILE* const pStream = OpenOnce(pPath, pMode);
+    if (pStream != nullptr || errno != EMFILE)
+        return pStream;
+
+    // The runtime library starts with room for 512 streams.
+    constexpr int MOST_STREAMS = 2048;
+    return ::_getmaxstdio() < MOST_STREAMS && ::_setmaxstdio(MOST_STREAMS) == MOST_STREAMS ? OpenOnce(pPath, pMode)
+                                                                                           : nullptr;
+}
+
+std::FILE* System::CreateStreamHere(const char* pName) noexcept
+{
+    if (!IsPlainName(pName))
+    {
+        errno = EINVAL;
+        return nullptr;
+    }
+
+    for (int nTry = 0; nTry < 3; ++nTry)
+    {
+        std::FILE* const pStream = OpenStream(pName, "wbx");
+        if (pStream != nullptr)
+            return pStream;
+        if (errno != EEXIST || (::_unlink(pName) != 0 && errno != ENOENT))
+            return nullptr;
+    }
+    return nullptr;
+}
+
+std::int64_t System::TellStream(std::FILE* pStream) noexcept
+{
+    return ::_ftelli64(pStream);
+}
+
+bool System::SeekStream(std::FILE* pStream, std::int64_t nOffset, int nOrigin) noexcept
+{
+    return ::_fseeki64(pStream, nOffset, nOrigin) == 0;
+}
+
+std::int64_t System::GetStreamLength(std::FILE* pStream) noexcept
+{
+    return ::_filelengthi64(::_fileno(pStream));
+}
+
+bool System::TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept
+{
+    if (std::fflush(pStream) != 0)
+        return false;
+
+    const auto pHandle = reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(pStream)));
+    LARGE_INTEGER oKept{};
+    LARGE_INTEGER oLength{};
+    oLength.QuadPart = nLength;
+    return ::SetFilePointerEx(pHandle, LARGE_INTEGER{}, &oKept, FILE_CURRENT) &&
+           ::SetFilePointerEx(pHandle, oLength, nullptr, FILE_BEGIN) && ::SetEndOfFile(pHandle) &&
+           ::SetFilePointerEx(pHandle, oKept, nullptr, FILE_BEGIN);
+}
+
+bool System::EraseFile(const char* pPath) noexcept
+{
+    return pPath != nullptr && ::_unlink(pPath) == 0;
+}
+
+bool System::RenameOver(const char* pFrom, const char* pTo) noexcept
+{
+    return pFrom != nullptr && pTo != nullptr && ::MoveFileExA(pFrom, pTo, MOVEFILE_REPLACE_EXISTING);
+}
+
+bool System::IsPlainName(const char* pName) noexcept
+{
+    if (pName == nullptr || pName[0] == '\0')
+        return false;
+
+    // "." and ".." end with a dot; the system drops dots and blanks at the end of a name.
+    const std::string_view sName(pName);
+    if (sName.back() == '.' || sName.back() == ' ' || IsDeviceName(sName))
+        return false;
+
+    for (std::size_t i = 0; i < sName.size(); ++i)
+    {
+        const auto nByte = static_cast<unsigned char>(sName[i]);
+        if (nByte < ' ' || std::strchr("/\\:*?\"<>|", sName[i]) != nullptr)
+            return false;
+        if (IsPathLeadByte(nByte) && i + 1 < sName.size())
+            ++i;
+    }
+    return true;
+}
+
+bool System::IsPathLeadByte(unsigned char nByte) noexcept
+{
+    return nByte >= 0x80 && ::IsDBCSLeadByte(nByte);
+}
+
+std::uint32_t System::GetAttributes(const char* pPath) noexcept
+{
+    return pPath != nullptr ? ::GetFileAttributesA(pPath) : NO_ATTRIBUTES;
+}
+
+bool System::SetAttributes(const char* pPath, std::uint32_t nAttributes) noexcept
+{
+    return pPath != nullptr && ::SetFileAttributesA(pPath, nAttributes) == 1;
+}
+
+bool System::GetStatus(const char* pPath, sFileStatus& oStatus, bool bFollowLinks) noexcept
+{
+    if (pPath == nullptr)
+        return false;
+
+    const CKernelHandle oHandle = OpenForStatus(pPath, bFollowLinks);
+    return oHandle.IsValid() && GetHandleStatus(oHandle.Get(), bFollowLinks, oStatus);
+}
+
+bool System::GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept
+{
+    return GetHandleStatus(reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(pStream))), true, oStatus);
+}
+
+bool System::MakeDirectory(const char* pPath) noexcept
+{
+    return pPath != nullptr && ::_mkdir(pPath) == 0;
+}
+
+bool System::EraseDirectory(const char* pPath) noexcept
+{
+    return pPath != nullptr && ::_rmdir(pPath) == 0;
+}
+
+bool System::ChangeDirectory(const char* pPath) noexcept
+{
+    return pPath != nullptr && ::_chdir(pPath) == 0;
+}
+
+bool System::EnterDirectoryHere(const char* pName) noexcept
+{
+    sFileStatus oStatus;
+    return IsPlainName(pName) && GetStatus(pName, oStatus, false) && oStatus.eKind == eFileKind::Directory &&
+           ChangeDirectory(pName);
+}
+
+bool System::GetWorkingDirectory(char* pBuffer, std::size_t nSize) noexcept
+{
+    const int nMost = nSize > static_cast<std::size_t>(std::numeric_limits<int>::max())
+                          ? std::numeric_limits<int>::max()
+                          : static_cast<int>(nSize);
+    return ::_getcwd(pBuffer, nMost) != nullptr;
+}
+
+std::string System::GetWorkingDirectory()
+{
+    const std::unique_ptr<char, decltype(&std::free)> pPath(::_getcwd(nullptr, 0), &std::free);
+    return pPath != nullptr ? std::string(pPath.get()) : std::string();
+}
+
+System::CDirectoryMark::CDirectoryMark() noexcept : m_nDirectory(-1)
+{
+    try
+    {
+        m_sPath = System::GetWorkingDirectory();
+    }
+    catch (const std::bad_alloc&)
+    {
+        m_sPath.clear();
+    }
+}
+
+System::CDirectoryMark::~CDirectoryMark() = default;
+
+bool System::CDirectoryMark::IsValid() const noexcept
+{
+    return !m_sPath.empty();
+}
+
+bool System::CDirectoryMark::Return() const noexcept
+{
+    return !m_sPath.empty() && ::_chdir(m_sPath.c_str()) == 0;
+}
+
+// ---------------------------------------------------------------- directory search
+
+struct System::CDirectorySearch::sState
+{
+    CFoundNames oNames;
+    std::size_t nNext = 0;
+};
+
+System::CDirectorySearch::CDirectorySearch() noexcept = default;
+System::CDirectorySearch::~CDirectorySearch() = default;
+System::CDirectorySearch::CDirectorySearch(CDirectorySearch&&) noexcept = default;
+System::CDirectorySearch& System::CDirectorySearch::operator=(CDirectorySearch&&) noexcept = default;
+
+bool System::CDirectorySearch::Start(const char* pPattern) noexcept
+try
+{
+    Close();
+    if (pPattern == nullptr)
+        return false;
+
+    // The system's own matching knows short names and other rules of old: all names are taken and matched here.
+    const std::string_view sPattern(pPattern);
+    std::size_t nNameBegin = 0;
+    for (std::size_t i = 0; i < sPattern.size(); ++i)
+    {
+        if (IsPathLeadByte(static_cast<unsigned char>(sPattern[i])) && i + 1 < sPattern.size())
+            ++i;
+        else if (sPattern[i] == '/' || sPattern[i] == '\\' || (sPattern[i] == ':' && i == 1))
+            nNameBegin = i + 1;
+    }
+
+    std::string sAll(sPattern.substr(0, nNameBegin));
+    sAll += '*';
+    WIN32_FIND_DATAA oData;
+    const HANDLE pFind = ::FindFirstFileA(sAll.c_str(), &oData);
+    const DWORD nError = pFind == INVALID_HANDLE_VALUE ? ::GetLastError() : 0;
+    if (pFind == INVALID_HANDLE_VALUE && nError != ERROR_FILE_NOT_FOUND)
+        return false;
+
+    struct sCloseFind
+    {
+        HANDLE pHandle;
+
+        ~sCloseFind()
+        {
+            if (pHandle != INVALID_HANDLE_VALUE)
+                ::FindClose(pHandle);
+        }
+    } const oCloseFind{pFind};
+
+    auto pState = std::make_unique<sState>();
+    const CNamePattern oNamePattern(sPattern.substr(nNameBegin));
+    for (bool bFound = pFind != INVALID_HANDLE_VALUE; bFound; bFound = ::FindNextFileA(pFind, &oData) != 0)
+    {
+        if (!oNamePattern.Matches(oData.cFileName))
+            continue;
+        const bool bDirectory = (oData.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        pState->oNames.Add(oData.cFileName, bDirectory ? TYPE_DIRECTORY : 0,
+                           bDirectory ? 0 : Join(oData.nFileSizeHigh, oData.nFileSizeLow));
+    }
+    pState->oNames.Sort();
+
+    m_pState = std::move(pState);
+    return true;
+}
+
+catch (const std::bad_alloc&)
+{
+    return false;
+}
+
+const char* System::CDirectorySearch::Next() noexcept
+{
+    if (m_pState == nullptr)
+        return nullptr;
+    if (m_pState->nNext == m_pState->oNames.GetCount())
+    {
+        Close();
+        return nullptr;
+    }
+    return m_pState->oNames.GetName(m_pState->nNext++);
+}
+
+bool System::CDirectorySearch::IsDirectory() const noexcept
+{
+    return m_pState != nullptr && m_pState->nNext != 0 &&
+           m_pState->oNames.GetType(m_pState->nNext - 1) == TYPE_DIRECTORY;
+}
+
+std::uint64_t System::CDirectorySearch::GetSize() const noexcept
+{
+    return m_pState != nullptr && m_pState->nNext != 0 ? m_pState->oNames.GetSize(m_pState->nNext - 1) : 0;
+}
+
+void System::CDirectorySearch::Close() noexcept
+{
+    m_pState.reset();
+}
