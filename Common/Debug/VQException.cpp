@@ -1,6 +1,6 @@
 #include <Common/Debug/VQException.h>
 
-#include <cstring>
+#include <Common/Platform/PlatformString.h>
 
 static_assert(sizeof(void*) != 4 || sizeof(CVQException) == 528, "the layout that the 32-bit callers know");
 
@@ -44,6 +44,6 @@ unsigned long CVQException::GetErrorCode() const
 void CVQException::CopyText(TText& aTarget, const char* pText) noexcept
 {
     // the rest is filled with zeros, so that no chance byte travels along when the object is copied
-    std::strncpy(aTarget.data(), pText != nullptr ? pText : "", TEXT_SIZE - 1);
+    STR_strncpy(aTarget.data(), pText != nullptr ? pText : "", TEXT_SIZE - 1);
     aTarget.back() = '\0';
 }
