@@ -1,0 +1,654 @@
+#include <Common/String/VQString.h>
+
+#include <Common/Platform/PlatformString.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace
+{
+constexpr std::int32_t MAX_LENGTH = std::numeric_limits<std::int32_t>::max() - 1; // room for the terminator
+constexpr std::size_t FORMAT_SIZE = 1024;                                         // bytes, terminator included
+constexpr std::uintptr_t FIRST_POINTER = 0x10000; // anything below is the number of a localised text
+constexpr std::uintptr_t NO_RESOURCE = 0xFFFF;
+constexpr unsigned char FIRST_BEYOND_ASCII = 0x80;
+
+std::atomic<bool> g_bLoadStringMissing = false;
+std::atomic<bool> g_bIsStringIdenticalMissing = false;
+
+[[noreturn]] void ThrowTooLong()
+{
+    throw std::length_error("CVQString: text of 2 GiB or more");
+}
+
+/// Finds a text, also behind zero bytes within the searched one; null when it is not there.
+const char* FindAcrossZeros(const char* pText, const char* pEnd, const char* pWanted)
+{
+    while (pText < pEnd)
+    {
+        if (const char* pFound = STR_strstr(pText, pWanted); pFound != nullptr)
+            return pFound;
+        pText += std::strlen(pText) + 1;
+    }
+    return nullptr;
+}
+} // namespace
+
+CVQString::TLoadStringFn CVQString::s_pfnLoadString = nullptr;
+CVQString::TIsStringIdenticalFn CVQString::s_pfnIsStringIdentical = nullptr;
+
+CVQString::CVQString() noexcept = default;
+
+CVQString::CVQString(const char* pText)
+{
+    *this = pText;
+}
+
+CVQString::CVQString(const CVQString& oOther)
+{
+    *this = oOther;
+}
+
+CVQString::CVQString(CVQString&& oOther) noexcept : m_oData(std::exchange(oOther.m_oData, sStringData())) {}
+
+CVQString::CVQString(const CVQStringId& oId)
+{
+    *this = oId;
+}
+
+CVQString::CVQString(char cFill, int nCount)
+{
+    if (nCount < 1)
+        return;
+
+    AllocBuffer(nCount);
+    std::memset(m_oData.m_pData, cFill, static_cast<std::size_t>(nCount));
+}
+
+CVQString::CVQString(eVQStringConstructorType, const char* pFormat, ...)
+{
+    std::va_list pArguments;
+    va_start(pArguments, pFormat);
+    FormatV(pFormat, pArguments);
+    va_end(pArguments);
+}
+
+CVQString::~CVQString()
+{
+    delete[] m_oData.m_pData;
+}
+
+const CVQString& CVQString::operator=(const CVQString& oOther)
+{
+    if (m_oData.m_pData != oOther.m_oData.m_pData)
+        AssignCopy(oOther.m_oData.m_nLength, oOther.m_oData.m_pData);
+
+    m_oData.m_nStringId = oOther.m_oData.m_nStringId;
+    return *this;
+}
+
+const CVQString& CVQString::operator=(CVQString&& oOther)
+{
+    const sStringData& oTaken = oOther.m_oData;
+
+    // taken only where a copy would have ended with the same sizes: what GetData() shows does not tell the difference
+    const bool bCopyWouldGrow = oTaken.m_nLength > m_oData.m_nAllocatedLength;
+    const bool bExactFit = oTaken.m_nLength == oTaken.m_nAllocatedLength && oTaken.m_nLockCount == 1;
+    if (!bCopyWouldGrow || !bExactFit)
+        return *this = std::as_const(oOther);
+
+    delete[] m_oData.m_pData;
+    m_oData = std::exchange(oOther.m_oData, sStringData());
+    return *this;
+}
+
+const CVQString& CVQString::operator=(const char* pText)
+{
+    const auto nValue = reinterpret_cast<std::uintptr_t>(pText);
+    if (nValue >= FIRST_POINTER)
+    {
+        AssignCopy(GetSafeStringLength(pText), pText);
+        return *this;
+    }
+
+    Empty();
+    if (nValue != 0 && nValue != NO_RESOURCE)
+        LoadStringResource(static_cast<long>(nValue));
+    return *this;
+}
+
+const CVQString& CVQString::operator=(char cText)
+{
+    AssignCopy(1, &cText);
+    return *this;
+}
+
+const CVQString& CVQString::operator=(const CVQStringId& oId)
+{
+    LoadStringResource(oId.GetId());
+    return *this;
+}
+
+const CVQString& CVQString::operator+=(const CVQString& oTail)
+{
+    ConcatInPlace(oTail.m_oData.m_nLength, oTail.m_oData.m_pData);
+    return *this;
+}
+
+const CVQString& CVQString::operator+=(const char* pTail)
+{
+    ConcatInPlace(GetSafeStringLength(pTail), pTail);
+    return *this;
+}
+
+const CVQString& CVQString::operator+=(char cTail)
+{
+    ConcatInPlace(1, &cTail);
+    return *this;
+}
+
+char* CVQString::GetBuffer(int nMinLength)
+{
+    if (nMinLength >= MAX_LENGTH)
+        ThrowTooLong();
+
+    const std::int32_t nNeeded = std::max(nMinLength, 0) + 1;
+    if (nNeeded > m_oData.m_nAllocatedLength)
+    {
+        GrowBufferIfNeeded(nNeeded);
+        std::memset(m_oData.m_pData, 0, static_cast<std::size_t>(nNeeded));
+    }
+
+    ++m_oData.m_nLockCount;
+    return m_oData.m_pData;
+}
+
+void CVQString::ReleaseBuffer(int nNewLength) noexcept
+{
+    if (m_oData.m_pData == nullptr)
+        return;
+
+    const std::int32_t nCapacity = m_oData.m_nAllocatedLength;
+    if (nNewLength == -1)
+    {
+        const char* pStart = m_oData.m_pData;
+        nNewLength = static_cast<int>(std::find(pStart, pStart + nCapacity, '\0') - pStart);
+    }
+
+    m_oData.m_nLength = std::clamp(nNewLength, 0, nCapacity);
+    m_oData.m_pData[m_oData.m_nLength] = '\0';
+    m_oData.m_nLockCount = std::max(m_oData.m_nLockCount - 1, 1); // a release too many does no harm
+}
+
+void CVQString::Empty() noexcept
+{
+    if (m_oData.m_nLength == 0)
+        return;
+
+    m_oData.m_nLength = 0;
+    m_oData.m_pData[0] = '\0';
+}
+
+int CVQString::Compare(const char* pText) const
+{
+    return STR_strcmp(m_oData.m_pData, pText);
+}
+
+int CVQString::CompareNoCase(const char* pText) const
+{
+    return STR_stricmp(m_oData.m_pData, pText);
+}
+
+int CVQString::Collate(const char* pText) const
+{
+    return STR_strcoll(m_oData.m_pData, pText);
+}
+
+int CVQString::CollateNoCase(const char* pText) const
+{
+    return STR_stricoll(m_oData.m_pData, pText);
+}
+
+int CVQString::Find(char cWanted, int nStart) const
+{
+    nStart = std::max(nStart, 0);
+    if (nStart >= m_oData.m_nLength)
+        return -1;
+
+    return PositionOf(STR_strchr(m_oData.m_pData + nStart, static_cast<unsigned char>(cWanted)));
+}
+
+int CVQString::Find(const char* pWanted, int nStart) const
+{
+    nStart = std::max(nStart, 0);
+    if (IsEmpty() || pWanted == nullptr || *pWanted == '\0' || nStart > m_oData.m_nLength)
+        return -1;
+
+    return PositionOf(STR_strstr(m_oData.m_pData + nStart, pWanted));
+}
+
+int CVQString::ReverseFind(char cWanted) const
+{
+    if (m_oData.m_pData == nullptr)
+        return -1;
+
+    return PositionOf(STR_strrchr(m_oData.m_pData, static_cast<unsigned char>(cWanted)));
+}
+
+int CVQString::FindOneOf(const char* pSet) const
+{
+    if (IsEmpty() || pSet == nullptr)
+        return -1;
+
+    return PositionOf(STR_strpbrk(m_oData.m_pData, pSet));
+}
+
+int CVQString::ReverseFindOneOf(const char* pSet) const
+{
+    if (IsEmpty() || pSet == nullptr)
+        return -1;
+
+    return PositionOf(STR_strrpbrk(m_oData.m_pData, pSet));
+}
+
+CVQString CVQString::Left(int nCount) const
+{
+    if (nCount >= m_oData.m_nLength)
+        return nCount < 1 ? CVQString() : *this;
+
+    CVQString oPart;
+    if (nCount > 0)
+        oPart.AssignCopy(nCount, m_oData.m_pData);
+    return oPart;
+}
+
+CVQString CVQString::Right(int nCount) const
+{
+    nCount = std::max(nCount, 0);
+    if (nCount >= m_oData.m_nLength)
+        return *this;
+
+    CVQString oPart;
+    oPart.AssignCopy(nCount, m_oData.m_pData + m_oData.m_nLength - nCount);
+    return oPart;
+}
+
+CVQString CVQString::Mid(int nStart, int nCount) const
+{
+    nStart = std::clamp(nStart, 0, m_oData.m_nLength);
+    nCount = std::min(nCount, m_oData.m_nLength - nStart);
+    if (nCount < 1)
+        return {};
+    if (nCount == m_oData.m_nLength)
+        return *this;
+
+    CVQString oPart;
+    oPart.AssignCopy(nCount, m_oData.m_pData + nStart);
+    return oPart;
+}
+
+CVQString CVQString::Mid(int nStart) const
+{
+    return Mid(nStart, m_oData.m_nLength); // more than there is from nStart on is cut there
+}
+
+void CVQString::MakeLower() noexcept
+{
+    if (m_oData.m_pData != nullptr)
+        STR_strlwr(m_oData.m_pData);
+}
+
+void CVQString::MakeUpper() noexcept
+{
+    if (m_oData.m_pData != nullptr)
+        STR_strupr(m_oData.m_pData);
+}
+
+void CVQString::MakeReverse() noexcept
+{
+    if (m_oData.m_pData != nullptr)
+        STR_strrev(m_oData.m_pData);
+}
+
+int CVQString::Replace(char cOld, char cNew) noexcept
+{
+    if (cOld == cNew)
+        return 0;
+
+    char* pCurrent = m_oData.m_pData;
+    const char* pEnd = pCurrent + m_oData.m_nLength;
+    const auto nOld = static_cast<unsigned char>(cOld);
+    int nReplaced = 0;
+
+    // a byte below 0x80 that begins a character is the whole of it, so that it can be searched for
+    while (nOld < FIRST_BEYOND_ASCII && pCurrent < pEnd)
+    {
+        char* pFound = STR_strchr(pCurrent, nOld);
+        if (pFound == pEnd)
+            break;
+
+        if (pFound == nullptr)
+        {
+            pCurrent += std::strlen(pCurrent) + 1;
+            continue;
+        }
+        *pFound = cNew;
+        pCurrent = pFound + 1;
+        ++nReplaced;
+    }
+
+    for (; nOld >= FIRST_BEYOND_ASCII && pCurrent < pEnd;)
+    {
+        char* pNext = STR_strinc(pCurrent);
+        if (*pCurrent == cOld)
+        {
+            *pCurrent = cNew;
+            ++nReplaced;
+        }
+        pCurrent = pNext;
+    }
+    return nReplaced;
+}
+
+int CVQString::Replace(const char* pOld, const char* pNew)
+{
+    const std::int32_t nOld = GetSafeStringLength(pOld);
+    const std::int32_t nNew = GetSafeStringLength(pNew);
+    if (nOld == 0 || IsEmpty())
+        return 0;
+    if (Owns(pOld) || Owns(pNew))
+        return Replace(std::string(pOld).c_str(), std::string(View(pNew)).c_str());
+
+    const std::int32_t nLength = m_oData.m_nLength;
+    int nCount = 0;
+    for (const char *p = m_oData.m_pData, *pEnd = p + nLength; (p = FindAcrossZeros(p, pEnd, pOld)) != nullptr;)
+    {
+        p += nOld;
+        ++nCount;
+    }
+    if (nCount == 0)
+        return 0;
+
+    const std::int64_t nChanged = nLength + (std::int64_t{nNew} - nOld) * nCount;
+    if (nChanged > MAX_LENGTH)
+        ThrowTooLong();
+    const auto nNewLength = static_cast<std::int32_t>(nChanged);
+
+    // In place, a text that grows is first moved to the end of its room; what is written never reaches what is read.
+    const bool bNewBuffer = nNewLength > m_oData.m_nAllocatedLength || m_oData.m_nLockCount > 1;
+    const std::size_t nTextSize = static_cast<std::size_t>(nLength) + 1;
+    char* pResult = bNewBuffer ? Alloc(static_cast<std::size_t>(nNewLength) + 1) : m_oData.m_pData;
+    char* pSource = m_oData.m_pData;
+    if (!bNewBuffer && nNewLength > nLength)
+    {
+        pSource += nNewLength - nLength;
+        std::memmove(pSource, m_oData.m_pData, nTextSize);
+    }
+
+    const char* pEnd = pSource + nLength;
+    char* pTarget = pResult;
+    for (int nLeft = nCount; nLeft > 0; --nLeft)
+    {
+        char* pFound = pSource + (FindAcrossZeros(pSource, pEnd, pOld) - pSource);
+        const std::ptrdiff_t nKept = pFound - pSource;
+        std::memmove(pTarget, pSource, static_cast<std::size_t>(nKept));
+        pTarget = std::copy_n(pNew, nNew, pTarget + nKept);
+        pSource = pFound + nOld;
+    }
+    std::memmove(pTarget, pSource, static_cast<std::size_t>(pEnd - pSource) + 1);
+
+    if (bNewBuffer)
+    {
+        const std::int32_t nStringId = m_oData.m_nStringId;
+        TakeBuffer(pResult, nNewLength);
+        m_oData.m_nStringId = nStringId;
+    }
+    m_oData.m_nLength = nNewLength;
+    return nCount;
+}
+
+void CVQString::TrimLeft() noexcept
+{
+    if (IsEmpty())
+        return;
+
+    const char* pRest = m_oData.m_pData;
+    while (STR_isspace(static_cast<unsigned>(*pRest)) != 0)
+        pRest = STR_strinc(pRest);
+
+    const auto nSkipped = static_cast<std::int32_t>(pRest - m_oData.m_pData);
+    if (nSkipped == 0)
+        return;
+
+    m_oData.m_nLength -= nSkipped;
+    std::memmove(m_oData.m_pData, pRest, static_cast<std::size_t>(m_oData.m_nLength) + 1);
+}
+
+void CVQString::Format(const char* pFormat, ...)
+{
+    std::va_list pArguments;
+    va_start(pArguments, pFormat);
+    FormatV(pFormat, pArguments);
+    va_end(pArguments);
+}
+
+void CVQString::Format(long nResourceId, ...)
+{
+    CVQString oFormat;
+    oFormat.LoadStringResource(nResourceId);
+
+    std::va_list pArguments;
+    va_start(pArguments, nResourceId);
+    FormatV(~oFormat, pArguments);
+    va_end(pArguments);
+}
+
+void CVQString::FormatV(const char* pFormat, std::va_list pArguments)
+{
+    std::array<char, FORMAT_SIZE> aText;
+    STR_vsnprintf(aText.data(), FORMAT_SIZE, pFormat != nullptr ? pFormat : "", pArguments);
+    aText.back() = '\0'; // a text that does not fit comes without a terminator
+
+    AssignCopy(GetSafeStringLength(aText.data()), aText.data());
+}
+
+int CVQString::ToInt(int nBase) const
+{
+    return static_cast<int>(ToLong(nBase));
+}
+
+long CVQString::ToLong(int nBase) const
+{
+    return IsEmpty() ? 0 : STR_strtol(m_oData.m_pData, nullptr, nBase);
+}
+
+unsigned int CVQString::ToUint(int nBase) const
+{
+    return static_cast<unsigned int>(ToUlong(nBase));
+}
+
+unsigned long CVQString::ToUlong(int nBase) const
+{
+    return IsEmpty() ? 0 : STR_strtoul(m_oData.m_pData, nullptr, nBase);
+}
+
+float CVQString::ToFloat() const
+{
+    return static_cast<float>(ToDouble());
+}
+
+double CVQString::ToDouble() const
+{
+    return IsEmpty() ? 0.0 : STR_strtod(m_oData.m_pData, nullptr);
+}
+
+bool CVQString::ToBool() const
+{
+    constexpr std::string_view TRUE_TEXT = "TRUE";
+
+    if (m_oData.m_nLength == 1)
+        return m_oData.m_pData[0] == '1';
+    return m_oData.m_nLength == static_cast<std::int32_t>(TRUE_TEXT.size()) && CompareNoCase(TRUE_TEXT.data()) == 0;
+}
+
+bool CVQString::LoadStringResource(long nId)
+{
+    if (s_pfnLoadString == nullptr)
+    {
+        g_bLoadStringMissing.store(true, std::memory_order_relaxed);
+        return false;
+    }
+
+    const bool bFound = s_pfnLoadString(nId, *this);
+    if (!bFound)
+        Empty();
+    m_oData.m_nStringId = bFound ? static_cast<std::int32_t>(nId) : NO_STRING_ID;
+    return bFound;
+}
+
+bool CVQString::IsIdenticalToStringResource() const
+{
+    if (s_pfnIsStringIdentical == nullptr)
+    {
+        g_bIsStringIdenticalMissing.store(true, std::memory_order_relaxed);
+        return false;
+    }
+    return HasStringId() && s_pfnIsStringIdentical(GetStringId(), *this);
+}
+
+bool CVQString::WasLoadStringMissing() noexcept
+{
+    return g_bLoadStringMissing.load(std::memory_order_relaxed);
+}
+
+bool CVQString::WasIsStringIdenticalMissing() noexcept
+{
+    return g_bIsStringIdenticalMissing.load(std::memory_order_relaxed);
+}
+
+char* CVQString::Alloc(std::size_t nSize)
+{
+    return new char[nSize];
+}
+
+std::int32_t CVQString::GetSafeStringLength(const char* pText)
+{
+    const std::size_t nLength = pText != nullptr ? std::strlen(pText) : 0;
+    if (nLength > static_cast<std::size_t>(MAX_LENGTH))
+        ThrowTooLong();
+    return static_cast<std::int32_t>(nLength);
+}
+
+std::int32_t CVQString::Sum(std::int32_t nFirst, std::int32_t nSecond)
+{
+    if (nSecond > MAX_LENGTH - nFirst)
+        ThrowTooLong();
+    return nFirst + nSecond;
+}
+
+/// Leaves an exactly fitting buffer whose text is still to be written, or no buffer for 0. On failure nothing changes.
+void CVQString::AllocBuffer(std::int32_t nLength)
+{
+    if (nLength == 0)
+    {
+        FreeBuffer();
+        return;
+    }
+
+    TakeBuffer(Alloc(static_cast<std::size_t>(nLength) + 1), nLength);
+    m_oData.m_pData[nLength] = '\0';
+}
+
+void CVQString::FreeBuffer() noexcept
+{
+    delete[] m_oData.m_pData;
+    m_oData = sStringData();
+}
+
+void CVQString::TakeBuffer(char* pBuffer, std::int32_t nLength) noexcept
+{
+    FreeBuffer();
+    m_oData.m_nLockCount = 1;
+    m_oData.m_nLength = nLength;
+    m_oData.m_nAllocatedLength = nLength;
+    m_oData.m_pData = pBuffer;
+}
+
+void CVQString::GrowBufferIfNeeded(std::int32_t nLength)
+{
+    if (nLength > m_oData.m_nAllocatedLength)
+        AllocBuffer(nLength);
+}
+
+/// Takes a text, which may be a part of the string's own. The string id stays.
+void CVQString::AssignCopy(std::int32_t nLength, const char* pText)
+{
+    if (nLength == 0)
+    {
+        m_oData.m_nLength = 0;
+        if (m_oData.m_pData != nullptr)
+            m_oData.m_pData[0] = '\0';
+        return;
+    }
+
+    const std::int32_t nStringId = m_oData.m_nStringId;
+    GrowBufferIfNeeded(nLength); // never for a part of its own text
+    std::memmove(m_oData.m_pData, pText, static_cast<std::size_t>(nLength));
+    m_oData.m_pData[nLength] = '\0';
+    m_oData.m_nLength = nLength;
+    m_oData.m_nStringId = nStringId;
+}
+
+/// Appends a text, which may be a part of the string's own. The string id stays.
+void CVQString::ConcatInPlace(std::int32_t nLength, const char* pText)
+{
+    if (nLength == 0)
+        return;
+
+    const std::int32_t nNewLength = Sum(m_oData.m_nLength, nLength);
+    if (nNewLength > m_oData.m_nAllocatedLength)
+    {
+        const std::int32_t nStringId = m_oData.m_nStringId;
+        ConcatCopy(m_oData.m_nLength, m_oData.m_pData, nLength, pText);
+        m_oData.m_nStringId = nStringId;
+        return;
+    }
+
+    std::memmove(m_oData.m_pData + m_oData.m_nLength, pText, static_cast<std::size_t>(nLength));
+    m_oData.m_pData[nNewLength] = '\0';
+    m_oData.m_nLength = nNewLength;
+}
+
+/// Becomes two texts, one behind the other, in a buffer of exactly their size. Both may be parts of the string's own.
+void CVQString::ConcatCopy(std::int32_t nFirst, const char* pFirst, std::int32_t nSecond, const char* pSecond)
+{
+    const std::int32_t nLength = Sum(nFirst, nSecond);
+    if (nLength == 0)
+        return;
+
+    char* pBuffer = Alloc(static_cast<std::size_t>(nLength) + 1);
+    char* pEnd = std::copy_n(pFirst, nFirst, pBuffer);
+    pEnd = std::copy_n(pSecond, nSecond, pEnd);
+    *pEnd = '\0';
+    TakeBuffer(pBuffer, nLength);
+}
+
+/// Tells whether a text lies within the buffer.
+bool CVQString::Owns(const char* pText) const noexcept
+{
+    const std::less_equal<const char*> NotBehind;
+    return pText != nullptr && m_oData.m_pData != nullptr && NotBehind(m_oData.m_pData, pText) &&
+           NotBehind(pText, m_oData.m_pData + m_oData.m_nAllocatedLength);
+}
+
+int CVQString::PositionOf(const char* pFound) const noexcept
+{
+    return pFound != nullptr ? static_cast<int>(pFound - m_oData.m_pData) : -1;
+}
