@@ -1,17 +1,22 @@
 // The block compressor beside the small compressors of the field, on blocks of 64 KiB: source text, a program file,
 // random bytes. "ratio" is the size of the block against its input.
 
+// Links: lzf lzo2 snappy lz4 z
+
 #include <Common/File/VQLzrwCompressor.h>
 
-#include <benchmark/benchmark.h>
+#include <bench/support/Ratios.h>
+
 #include <liblzf/lzf.h>
 #include <lz4.h>
 #include <lzo/lzo1x.h>
 #include <snappy.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -39,23 +44,24 @@ std::vector<Block> ReadBlocks(const std::string& oPath, std::size_t nMost)
     return oBlocks;
 }
 
-/// Source text: the compiler's own headers, one behind the other.
+/// Source text: the library's own sources, one behind the other.
 std::vector<Block> TextBlocks()
 {
+    std::vector<std::filesystem::path> oPaths;
+    for (const auto& oEntry : std::filesystem::recursive_directory_iterator(BENCH_SOURCE_DIR "/Common"))
+        if (oEntry.is_regular_file())
+            oPaths.push_back(oEntry.path());
+    std::sort(oPaths.begin(), oPaths.end());
+
     std::string oText;
-    for (const char* pName : {"regex.tcc", "regex_automaton.h", "stl_algo.h", "basic_string.h", "shared_ptr_base.h",
-                              "hashtable.h", "stl_tree.h", "stl_vector.h", "stl_deque.h", "locale_facets.h",
-                              "random.tcc", "stl_map.h", "deque.tcc", "unique_ptr.h", "stl_list.h"})
-    {
-        std::ifstream oFile(std::string(BENCH_CXX_HEADERS "/bits/") + pName, std::ios::binary);
-        oText.append(std::istreambuf_iterator<char>(oFile), {});
-    }
+    for (const auto& oPath : oPaths)
+        oText.append(std::istreambuf_iterator<char>(std::ifstream(oPath, std::ios::binary).rdbuf()), {});
     std::vector<Block> oBlocks;
     for (std::size_t nAt = 0; nAt + BLOCK_SIZE <= oText.size(); nAt += BLOCK_SIZE)
         oBlocks.emplace_back(oText.begin() + static_cast<std::ptrdiff_t>(nAt),
                              oText.begin() + static_cast<std::ptrdiff_t>(nAt + BLOCK_SIZE));
     if (oBlocks.empty())
-        throw std::runtime_error("no headers below " BENCH_CXX_HEADERS);
+        throw std::runtime_error("no sources below " BENCH_SOURCE_DIR);
     return oBlocks;
 }
 
@@ -71,8 +77,7 @@ std::vector<Block> RandomBlocks()
 
 const std::vector<Block>& Blocks(int nKind)
 {
-    static const std::array<std::vector<Block>, 3> aKinds = {TextBlocks(), ReadBlocks("/proc/self/exe", 16),
-                                                             RandomBlocks()};
+    static const std::array<std::vector<Block>, 3> aKinds = {TextBlocks(), ReadBlocks("/bin/bash", 16), RandomBlocks()};
     return aKinds[static_cast<std::size_t>(nKind)];
 }
 
@@ -236,6 +241,5 @@ int main(int nArguments, char** ppArguments)
             benchmark::RegisterBenchmark((std::string("compress/") + KINDS[nKind] + "/" + oCodec.pName).c_str(),
                                          Compress, oCodec, nKind);
         }
-    benchmark::Initialize(&nArguments, ppArguments);
-    benchmark::RunSpecifiedBenchmarks();
+    return RunWithRatios(nArguments, ppArguments);
 }
