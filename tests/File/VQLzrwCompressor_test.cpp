@@ -100,7 +100,7 @@ std::vector<SItem> ItemsOf(const std::string& oBlock)
     return oItems;
 }
 
-std::string RandomText(std::mt19937& oRandom, std::size_t nSize, unsigned nLetters)
+std::string RandomText(std::mt19937& oRandom, std::size_t nSize, unsigned long nLetters)
 {
     std::string oText(nSize, ' ');
     for (char& c : oText)
@@ -353,7 +353,9 @@ TEST(VQLzrwCompressor, RefusesDamagedBlocks)
     {
         EXPECT_EQ(DecompressInto(oBlock, 100).nSize, -1) << pWhat;
         if (oBlock.size() > 6)
+        {
             EXPECT_EQ(DecompressInto(oBlock + std::string(400, 0), 4000).nSize, -1) << pWhat << ", with more behind";
+        }
     }
 }
 
