@@ -1,6 +1,6 @@
 #include <Common/Platform/PlatformHooks.h>
 
-#include "../support/TestEnvironment.h"
+#include <tests/support/TestEnvironment.h>
 
 #include <gtest/gtest.h>
 
