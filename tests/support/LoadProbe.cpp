@@ -33,7 +33,7 @@ int CountThreads()
 
 int CountFiles()
 {
-    constexpr std::uintptr_t LAST_HANDLE = 0x10000; // handles are small multiples of 4
+    constexpr std::uintptr_t LAST_HANDLE = 0x1000; // handles are small multiples of 4
     int nFiles = 0;
     for (std::uintptr_t nHandle = 4; nHandle <= LAST_HANDLE; nHandle += 4)
         nFiles += GetFileType(reinterpret_cast<HANDLE>(nHandle)) == FILE_TYPE_DISK;
