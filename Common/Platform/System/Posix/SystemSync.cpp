@@ -1,0 +1,157 @@
+#include <Common/Platform/System/SystemSync.h>
+
+#include <Common/Platform/System/Posix/Futex.h>
+#include <Common/Platform/System/Posix/WaitTable.h>
+
+#include <cstring>
+#include <new>
+
+namespace System
+{
+namespace
+{
+// Values that are no handle at all become 0.
+std::uint32_t ToNumber(const void* hObject)
+{
+    const auto nValue = reinterpret_cast<std::uintptr_t>(hObject);
+    return nValue <= 0x7FFFFFFF ? static_cast<std::uint32_t>(nValue) : 0;
+}
+
+void* ToHandle(std::uint32_t nNumber)
+{
+    return reinterpret_cast<void*>(static_cast<std::uintptr_t>(nNumber));
+}
+
+bool HasName(const char* pName)
+{
+    return pName != nullptr && *pName != '\0';
+}
+
+// A recursive lock. The address of something that each thread has tells the owner.
+class Section
+{
+public:
+    void Enter()
+    {
+        const std::uintptr_t nSelf = Self();
+        if (m_nOwner.load(std::memory_order_relaxed) == nSelf)
+        {
+            ++m_nEntered;
+            return;
+        }
+        m_oLock.lock();
+        m_nOwner.store(nSelf, std::memory_order_relaxed);
+        m_nEntered = 1;
+    }
+
+    // Nothing happens to a thread that is not inside.
+    void Leave()
+    {
+        if (m_nOwner.load(std::memory_order_relaxed) != Self() || --m_nEntered != 0)
+            return;
+
+        m_nOwner.store(0, std::memory_order_relaxed);
+        m_oLock.unlock();
+    }
+
+private:
+    static std::uintptr_t Self();
+
+    FutexLock m_oLock;
+    std::uint32_t m_nEntered = 0;
+    std::atomic<std::uintptr_t> m_nOwner{0};
+};
+
+static_assert(sizeof(Section) <= CRITICAL_SECTION_SIZE && alignof(Section) <= alignof(void*));
+
+constinit thread_local char t_cSelf __attribute__((tls_model("initial-exec"))) = 0;
+
+inline std::uintptr_t Section::Self()
+{
+    return reinterpret_cast<std::uintptr_t>(&t_cSelf);
+}
+
+Section& SectionIn(void* pStorage)
+{
+    return *std::launder(static_cast<Section*>(pStorage));
+}
+} // namespace
+
+void* MakeMutex(bool bOwned, const char* pName)
+{
+    if (HasName(pName))
+        return nullptr;
+    return ToHandle(WaitTable::AddMutex(bOwned));
+}
+
+void* MakeEvent(bool bManualReset, bool bSignalled, const char* pName)
+{
+    if (HasName(pName))
+        return nullptr;
+    return ToHandle(WaitTable::AddEvent(bManualReset, bSignalled));
+}
+
+void* MakeSemaphore(int nCount, int nMaximum, const char* pName)
+{
+    if (nCount < 0 || nMaximum <= 0 || nCount > nMaximum)
+        return nullptr;
+
+    if (HasName(pName))
+        return nullptr;
+    return ToHandle(WaitTable::AddSemaphore(static_cast<std::uint32_t>(nCount), static_cast<std::uint32_t>(nMaximum)));
+}
+
+bool UnlockMutex(void* hMutex)
+{
+    return WaitTable::UnlockMutex(ToNumber(hMutex));
+}
+
+bool SetEventSignal(void* hEvent)
+{
+    return WaitTable::SetEvent(ToNumber(hEvent));
+}
+
+bool ClearEventSignal(void* hEvent)
+{
+    return WaitTable::ClearEvent(ToNumber(hEvent));
+}
+
+bool UnlockSemaphore(void* hSemaphore, int nCount, int& nPrevious)
+{
+    std::uint32_t nBefore = 0;
+    if (nCount <= 0 || !WaitTable::UnlockSemaphore(ToNumber(hSemaphore), static_cast<std::uint32_t>(nCount), nBefore))
+        return false;
+
+    nPrevious = static_cast<int>(nBefore);
+    return true;
+}
+
+unsigned WaitFor(void* hObject, unsigned nMilliseconds)
+{
+    return WaitTable::Wait(ToNumber(hObject), nMilliseconds);
+}
+
+bool CloseWaitable(void* hObject)
+{
+    return WaitTable::Close(ToNumber(hObject));
+}
+
+void OpenCriticalSection(void* pStorage)
+{
+    std::memset(pStorage, 0, CRITICAL_SECTION_SIZE);
+    ::new (pStorage) Section;
+}
+
+// Holds nothing but its bytes.
+void CloseCriticalSection(void*) {}
+
+void EnterCriticalStorage(void* pStorage)
+{
+    SectionIn(pStorage).Enter();
+}
+
+void LeaveCriticalStorage(void* pStorage)
+{
+    SectionIn(pStorage).Leave();
+}
+} // namespace System
