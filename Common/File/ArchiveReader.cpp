@@ -149,7 +149,33 @@ eArchiveResult CArchiveReader::ReadEntry(const CArchiveNode& oNode, const sArchi
         return eArchiveResult::Truncated;
 
     const std::uint64_t nBegin = std::uint64_t{oNode.GetBase()} + oEntry.m_nOffset + nPosition;
-    return ReadAt(nBegin, pBuffer, nSize) ? eArchiveResult::Ok : eArchiveResult::Truncated;
+    return ReadBytes(nBegin, pBuffer, nSize) ? eArchiveResult::Ok : eArchiveResult::Truncated;
+}
+
+bool CArchiveReader::ReadBytes(std::uint64_t nPosition, void* pBuffer, std::size_t nSize) noexcept
+{
+    if (!IsOpened() || nPosition > m_nLength || nSize > m_nLength - nPosition)
+        return false;
+    if (nSize == 0)
+        return true;
+
+    if (m_pBytes != nullptr)
+    {
+        std::memcpy(pBuffer, m_pBytes + nPosition, nSize);
+        return true;
+    }
+
+    if (nPosition != m_nPosition)
+    {
+        m_nPosition = NOWHERE;
+        if (!System::SeekFile(m_nFile, static_cast<std::int64_t>(nPosition), SEEK_SET))
+            return false;
+        m_nPosition = nPosition;
+    }
+
+    const unsigned nRead = FILE_Read(m_nFile, pBuffer, 1, static_cast<unsigned>(nSize));
+    m_nPosition = nRead == nSize ? nPosition + nSize : NOWHERE;
+    return nRead == nSize;
 }
 
 bool CArchiveReader::IsPlainName(const char* pName) noexcept
@@ -163,7 +189,7 @@ eArchiveResult CArchiveReader::ReadNode(std::uint64_t nBase, std::uint64_t nLimi
 
     sArchiveHeader oHeader;
     if (nLimit > m_nLength || nBase > MAXIMUM_BASE || nBase + sizeof(oHeader) > nLimit ||
-        !ReadAt(nBase, &oHeader, sizeof(oHeader)))
+        !ReadBytes(nBase, &oHeader, sizeof(oHeader)))
         return eArchiveResult::Truncated;
     if (std::memcmp(oHeader.m_aMagic, ARCHIVE_MAGIC, sizeof(ARCHIVE_MAGIC)) != 0 ||
         oHeader.m_nMajorVersion != ARCHIVE_MAJOR_VERSION || oHeader.m_nMinorVersion != ARCHIVE_MINOR_VERSION)
@@ -188,7 +214,7 @@ eArchiveResult CArchiveReader::ReadNode(std::uint64_t nBase, std::uint64_t nLimi
         const std::uint32_t nCount = std::min(ENTRIES_AT_ONCE, oHeader.m_nEntryCount - nFirst);
         const std::uint64_t nPosition = nTable + std::uint64_t{nFirst} * sizeof(sArchiveEntry);
         eArchiveResult nResult = eArchiveResult::Ok;
-        if (!ReadAt(nPosition, oNode.m_pEntries + nFirst, nCount * sizeof(sArchiveEntry)))
+        if (!ReadBytes(nPosition, oNode.m_pEntries + nFirst, nCount * sizeof(sArchiveEntry)))
             nResult = eArchiveResult::Truncated;
         else if (!oNode.Index(nFirst, nFirst + nCount))
             nResult = eArchiveResult::Malformed;
@@ -201,30 +227,4 @@ eArchiveResult CArchiveReader::ReadNode(std::uint64_t nBase, std::uint64_t nLimi
         nFirst += nCount;
     }
     return eArchiveResult::Ok;
-}
-
-bool CArchiveReader::ReadAt(std::uint64_t nPosition, void* pBuffer, std::size_t nSize) noexcept
-{
-    if (!IsOpened() || nPosition > m_nLength || nSize > m_nLength - nPosition)
-        return false;
-    if (nSize == 0)
-        return true;
-
-    if (m_pBytes != nullptr)
-    {
-        std::memcpy(pBuffer, m_pBytes + nPosition, nSize);
-        return true;
-    }
-
-    if (nPosition != m_nPosition)
-    {
-        m_nPosition = NOWHERE;
-        if (!System::SeekFile(m_nFile, static_cast<std::int64_t>(nPosition), SEEK_SET))
-            return false;
-        m_nPosition = nPosition;
-    }
-
-    const unsigned nRead = FILE_Read(m_nFile, pBuffer, 1, static_cast<unsigned>(nSize));
-    m_nPosition = nRead == nSize ? nPosition + nSize : NOWHERE;
-    return nRead == nSize;
 }

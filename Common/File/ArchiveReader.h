@@ -114,6 +114,14 @@ public:
     eArchiveResult ReadEntry(const CArchiveNode& oNode, const sArchiveEntry& oEntry, std::uint32_t nPosition,
                              void* pBuffer, std::size_t nSize) noexcept;
 
+    /// Reads bytes of the archive, whatever they are.
+    ///
+    /// @param nPosition  the first byte, counted from the archive's beginning
+    /// @param pBuffer    takes nSize bytes
+    /// @param nSize      how many
+    /// @return           false when they are not all there; the buffer's contents are then undefined
+    bool ReadBytes(std::uint64_t nPosition, void* pBuffer, std::size_t nSize) noexcept;
+
     /// Whether a name of an entry may become a file or directory on disk, on every system.
     ///
     /// @return false for "", ".", "..", a name with a separator of either kind, and on Windows for what the system
@@ -124,7 +132,6 @@ public:
 
 private:
     eArchiveResult ReadNode(std::uint64_t nBase, std::uint64_t nLimit, CArchiveNode& oNode) noexcept;
-    bool ReadAt(std::uint64_t nPosition, void* pBuffer, std::size_t nSize) noexcept;
 
     int m_nFile;               // handle of FILE_Open(), -1 for none
     const std::byte* m_pBytes; // the archive in memory, null for none

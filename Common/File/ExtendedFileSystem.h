@@ -294,18 +294,40 @@ public:
 
     /// Packs a directory with all below it into an archive.
     ///
+    /// The last name of the directory loses its extension: "data/level.1" packs "data/level". Kept: callers rely on it.
+    /// A separator at the end names a directory as it is: "data/level.1/". So does an empty name, the current one.
+    ///
+    /// The files are stored in the order of a directory search, so the same tree makes the same archive everywhere.
+    /// Links are followed. The bytes go through a small buffer, however large the files are. The current directory of
+    /// the process changes meanwhile, so no other thread should open files; it is what it was when the call returns or
+    /// throws.
+    ///
     /// @param pArchive    name of the archive; ".arc" is appended unless it is the extension already
-    /// @param pDirectory  the directory; an empty last name means the one before it
+    /// @param pDirectory  the directory
     /// @return            true
-    /// @throws CXfsException  4006, 4007, 4010, 4012, 4013, 4016; the archive is then incomplete
+    /// @throws CXfsException  4006 when a file cannot be read or shrank; 4007 when a file's bytes cannot be written or
+    ///                        the archive would pass 4 GiB; 4010 when the archive or a file does not open, when a name
+    ///                        could not be extracted again, when a link leads back to where it is packed, and when the
+    ///                        archive would hold itself; 4012 when the header cannot be written; 4013 when the table
+    ///                        cannot, and for a name of 256 bytes or more; 4016 when a directory cannot be entered. The
+    ///                        archive is then incomplete
     bool CreateArchive(const char* pArchive, const char* pDirectory);
 
     /// Unpacks an archive into a directory named after it.
     ///
+    /// The directory keeps the name of the archive without ".arc"; it may be there already, and files in it are
+    /// replaced. Nothing is written outside of it: a name that leads elsewhere is refused, and a link in the way is
+    /// replaced or refused, never followed. The archive is checked like any bytes from outside. The last name of the
+    /// destination loses its extension, as in CreateArchive(), and the current directory changes and comes back as
+    /// there. The registered archives are neither used nor changed.
+    ///
     /// @param pArchive    name of the archive; ".arc" is appended unless it is the extension already
-    /// @param pDirectory  where the directory is made
+    /// @param pDirectory  where the directory is made; it must be there
     /// @return            false when there is no such archive
-    /// @throws CXfsException  4005, 4006, 4007, 4010, 4014, 4016
+    /// @throws CXfsException  4005 when a file cannot be created, or has a name that is none: "", "..", "a/b"; 4006
+    /// when
+    ///                        the archive is broken or cannot be read; 4007 when a file cannot be written; 4014 when it
+    ///                        is no archive or one of another version; 4016 when a directory cannot be made or entered
     bool ExtractArchive(const char* pArchive, const char* pDirectory);
 
     /// Adds a function that archive operations call for each file and directory, behind the others; null is not added.
@@ -369,7 +391,8 @@ private:
     sArchiveInfo* FindArchive(sArchiveInfo* pParent, const char* pName);
     sArchiveEntry* FindArchiveEntry(sArchiveInfo* pArchive, const char* pName) const;
     void RecursiveArchiveCreate(const char* pDirectory, unsigned long nFile);
-    void RecursiveArchiveExtract(const char* pDirectory, sArchiveInfo* pArchive);
+    class CArchiveWriter;
+    class CArchiveExtractor;
 
     // A pattern starts a search, null goes on with it; one search at a time in the process.
     static const char* FindFiles(const char* pPattern, bool* pIsDirectory, unsigned long* pSize);

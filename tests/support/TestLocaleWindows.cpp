@@ -21,7 +21,6 @@ int CodePageOf(eTestText eText)
     case eTestText::EucKr:
         return 949;
     case eTestText::Latin1:
-        return 1252;
     case eTestText::Turkish:
     case eTestText::EucJp:
         break;
@@ -33,17 +32,14 @@ int CodePageOf(eTestText eText)
 CTestLocale::CTestLocale(eTestText eText)
 {
     const int nCodePage = CodePageOf(eText);
-    if (eText == eTestText::Latin1 && std::setlocale(LC_ALL, "German_Germany.1252") == nullptr)
-        m_sWhyNot = "this runtime library does not take the locale German_Germany.1252";
-    else if (nCodePage == 0)
+    if (nCodePage == 0)
         m_sWhyNot = "Windows has no such multi-byte code page";
-    else if (_setmbcp(nCodePage) != 0)
+    else if (_setmbcp(nCodePage) != 0 || _getmbcp() != nCodePage)
         m_sWhyNot = "this runtime library does not take the multi-byte code page " + std::to_string(nCodePage);
 }
 
 CTestLocale::~CTestLocale()
 {
-    std::setlocale(LC_ALL, "C");
     _setmbcp(_MB_CP_SBCS);
 }
 

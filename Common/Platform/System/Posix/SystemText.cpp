@@ -1,6 +1,5 @@
 #include <Common/Platform/System/SystemText.h>
 
-#include <cctype>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -59,16 +58,6 @@ TextRules SystemText::CurrentRules() noexcept
     if (MB_CUR_MAX == 1)
         return TextRules::SingleByte;
     return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0 ? TextRules::Utf8 : TextRules::MultiByte;
-}
-
-char SystemText::ByteLower(char nByte) noexcept
-{
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(nByte)));
-}
-
-char SystemText::ByteUpper(char nByte) noexcept
-{
-    return static_cast<char>(std::toupper(static_cast<unsigned char>(nByte)));
 }
 
 std::size_t SystemText::MultiByteLength(const char* pText, std::size_t nAvailable) noexcept

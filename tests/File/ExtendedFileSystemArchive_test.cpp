@@ -1,0 +1,1084 @@
+#include <Common/Debug/XfsException.h>
+#include <Common/File/ExtendedFileSystem.h>
+#include <Common/File/FileIO.h>
+#include <Common/Platform/PlatformDirectory.h>
+#include <Common/Platform/PlatformFile.h>
+
+#include <tests/support/ArchiveBytes.h>
+#include <tests/support/FileSizeLimit.h>
+#include <tests/support/TestDirectory.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <system_error>
+#include <vector>
+
+// Registered archives are never forgotten: each test runs in a process of its own.
+
+namespace
+{
+namespace fs = std::filesystem;
+
+CExtendedFileSystem& Files()
+{
+    return *CExtendedFileSystem::Instance();
+}
+
+/// What a call threw: "4006 Error reading from file.", or "" for nothing.
+std::string Thrown(const std::function<void()>& fnCall)
+{
+    try
+    {
+        fnCall();
+    }
+    catch (CXfsException& oError)
+    {
+        EXPECT_EQ(oError.GetErrorClass(), ecException);
+        EXPECT_STREQ(oError.GetFileName(), "Common/File/ExtendedFileSystem");
+        EXPECT_GT(oError.GetLine(), 0u);
+        return std::to_string(oError.GetErrorCode()) + " " + oError.GetErrorString();
+    }
+    return "";
+}
+
+constexpr const char* NOT_FOUND = "4002 File not found.";
+constexpr const char* NOT_CREATED = "4005 Could not create file for writing.";
+constexpr const char* NOT_READ = "4006 Error reading from file.";
+constexpr const char* NOT_WRITTEN = "4007 Error writing to file.";
+constexpr const char* NOT_OPENED = "4010 Could not open file.";
+constexpr const char* NO_HEADER = "4012 Unable to write archive header.";
+constexpr const char* NO_TABLE = "4013 Error writing archive directory.";
+constexpr const char* WRONG_VERSION = "4014 Incorrect archive version.";
+constexpr const char* NO_DIRECTORY = "4016 Could not change the directory. The directory does probably not exist.";
+
+/// The whole contents of a file, read through the file system.
+std::string ReadThroughFiles(const std::string& sName)
+{
+    const unsigned long nHandle = Files().OpenFile(sName.c_str());
+    std::string sBytes(Files().GetFileSize(nHandle), '?');
+    if (!sBytes.empty())
+    {
+        EXPECT_EQ(Files().ReadFile(nHandle, sBytes.data(), static_cast<unsigned long>(sBytes.size())), sBytes.size());
+    }
+    EXPECT_TRUE(Files().IsEof(nHandle));
+    Files().CloseFile(nHandle);
+    return sBytes;
+}
+
+std::string OpenError(const std::string& sName)
+{
+    return Thrown([&] { Files().CloseFile(Files().OpenFile(sName.c_str())); });
+}
+
+std::string CreateError(const char* pArchive, const char* pDirectory)
+{
+    return Thrown([&] { Files().CreateArchive(pArchive, pDirectory); });
+}
+
+std::string ExtractError(const char* pArchive, const char* pDirectory)
+{
+    return Thrown([&] { Files().ExtractArchive(pArchive, pDirectory); });
+}
+
+/// The current directory, for tests that it is what it was.
+std::string Here()
+{
+    return fs::current_path().string();
+}
+
+/// All files and directories below a directory: names with slashes; a directory's name ends in one.
+std::map<std::string, std::string> ListTree(const fs::path& oTop)
+{
+    std::map<std::string, std::string> oTree;
+    for (const auto& oEntry : fs::recursive_directory_iterator(oTop))
+    {
+        const std::string sName = fs::relative(oEntry.path(), oTop).generic_string();
+        if (oEntry.is_directory())
+            oTree[sName + "/"] = "";
+        else
+            oTree[sName] = ReadWholeFile(oEntry.path());
+    }
+    return oTree;
+}
+
+/// The tree that the golden archive was made of.
+std::map<std::string, std::string> GoldenTree()
+{
+    std::string sAll;
+    for (int i = 0; i < 256; ++i)
+        sAll.push_back(static_cast<char>(i));
+    return {{"a.txt", ""}, {"B.txt", "Hello, archive.\r\n"},    {"c", "c"},        {"Empty/", ""},
+            {"sub/", ""},  {"sub/file.txt", "a file in sub\n"}, {"sub/Deep/", ""}, {"sub/Deep/x.bin", sAll}};
+}
+
+void WriteTree(const CTestDirectory& oDirectory, const std::string& sTop,
+               const std::map<std::string, std::string>& oTree)
+{
+    oDirectory.MakeDirectory(sTop);
+    for (const auto& [sName, sBytes] : oTree)
+    {
+        if (sName.back() == '/')
+            oDirectory.MakeDirectory(sTop + "/" + sName);
+        else
+            oDirectory.Write(sTop + "/" + sName, sBytes);
+    }
+}
+
+std::string Golden(const char* pName)
+{
+    return ReadWholeFile(GetGoldenPath(pName));
+}
+
+/// Makes a link; false where this user or this system cannot.
+bool MakeLink(const fs::path& oTarget, const fs::path& oLink)
+{
+    std::error_code oError;
+    if (fs::is_directory(oTarget, oError))
+        fs::create_directory_symlink(oTarget, oLink, oError);
+    else
+        fs::create_symlink(oTarget, oLink, oError);
+    return !oError && fs::is_symlink(oLink, oError);
+}
+
+/// The lowest free handle: how many files are open.
+int CountOpenFiles()
+{
+    const int nFile = FILE_Open(GetGoldenPath("empty.arc").string().c_str(), "rb");
+    FILE_Close(nFile);
+    return nFile;
+}
+
+std::vector<std::string> s_aEvents;
+
+/// Notes an event with the fields of its record.
+void NoteEvent(int nEvent, unsigned long nRecord, unsigned long nSecond, unsigned long nUserValue)
+{
+    constexpr std::size_t FIELD = 260;
+    const auto* pRecord = reinterpret_cast<const char*>(static_cast<std::uintptr_t>(nRecord));
+    std::string sEvent = std::to_string(nEvent) + "|" + pRecord;
+    if (nEvent != 3)
+        sEvent += std::string("|") + (pRecord + FIELD);
+    if (nEvent == 2)
+        sEvent += std::string("|") + (pRecord + 2 * FIELD);
+    if (nSecond != 0 || nUserValue != 4711)
+        sEvent += "|wrong arguments";
+    s_aEvents.push_back(sEvent);
+}
+} // namespace
+
+// ---------------------------------------------------------------- packing
+
+TEST(IsolatedArchiveCreation, WritesTheGoldenBytes)
+{
+    const CTestDirectory oDirectory;
+    WriteTree(oDirectory, "tree", GoldenTree());
+    oDirectory.MakeDirectory("nothing");
+
+    EXPECT_TRUE(Files().CreateArchive("made", "tree"));
+    EXPECT_TRUE(Files().CreateArchive("none", "nothing"));
+    EXPECT_EQ(oDirectory.Read("made.arc"), Golden("tree.arc"));
+    EXPECT_EQ(oDirectory.Read("none.arc"), Golden("empty.arc"));
+}
+
+TEST(IsolatedArchiveCreation, AppendsTheExtensionWhereItIsMissing)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.MakeDirectory("d");
+
+    struct
+    {
+        const char* pGiven;
+        const char* pMade;
+    } const aCases[] = {{"pack", "pack.arc"},          {"pack2.ARC", "pack2.ARC"}, {"pack.dat", "pack.dat.arc"},
+                        {"pack3.arc", "pack3.arc"},    {"d/in.Arc", "d/in.Arc"},   {"d\\back", "d/back.arc"},
+                        {"trailing.", "trailing..arc"}};
+
+    for (const auto& [pGiven, pMade] : aCases)
+    {
+        oDirectory.MakeDirectory("source");
+        EXPECT_TRUE(Files().CreateArchive(pGiven, "source"));
+        EXPECT_EQ(oDirectory.Read(pMade), Golden("empty.arc")) << pGiven;
+    }
+}
+
+TEST(IsolatedArchiveCreation, TakesTheSourceWhereverItIs)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("src/name/f", "inner");
+    oDirectory.Write("src.v2/f", "dotted");
+    oDirectory.Write("src.v2/name/f", "below dotted");
+    oDirectory.Write("plain/f", "plain");
+    oDirectory.Write("..name/f", "leading dots");
+
+    struct
+    {
+        std::string sSource;
+        const char* pContents;
+    } const aCases[] = {
+        {"plain", "plain"},
+        {"plain/", "plain"},
+        {"plain\\", "plain"},
+        {"plain.v3", "plain"}, // the extension is dropped
+        {"src/name", "inner"},
+        {"src\\name", "inner"},
+        {"src.v2/", "dotted"}, // a separator keeps the extension
+        {"src.v2/name", "below dotted"},
+        {"src.v2/.", "dotted"},
+        {"src.v2/name/..", "dotted"},
+        {oDirectory.PathOf("plain"), "plain"},
+        {oDirectory.PathOf("src.v2") + "/", "dotted"},
+    };
+
+    const std::string sHere = Here();
+    for (const auto& [sSource, pContents] : aCases)
+    {
+        const CTestDirectory oArchives(false);
+        const std::string sArchive = oArchives.PathOf("out.arc");
+        ASSERT_EQ(CreateError(sArchive.c_str(), sSource.c_str()), "") << sSource;
+        EXPECT_EQ(oArchives.Read("out.arc").substr(32, std::strlen(pContents)), pContents) << sSource;
+        EXPECT_EQ(Here(), sHere);
+    }
+}
+
+TEST(IsolatedArchiveCreation, PacksTheCurrentDirectoryUnderAnEmptyName)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("f", "contents");
+    const CTestDirectory oArchives(false);
+    for (const char* pSource : {"", "."})
+    {
+        const std::string sArchive = oArchives.PathOf("a.arc");
+        ASSERT_EQ(CreateError(sArchive.c_str(), pSource), "") << pSource;
+        EXPECT_EQ(oArchives.Read("a.arc"), MakeArchiveNode({{"f", "contents"}})) << pSource;
+    }
+}
+
+TEST(IsolatedArchiveCreation, SaysWhatItCannotOpenOrEnter)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("file", "no directory");
+    oDirectory.MakeDirectory("there");
+    oDirectory.MakeDirectory(".git");
+    oDirectory.MakeDirectory("folder.arc");
+    const std::string sHere = Here();
+    EXPECT_EQ(CreateError("missing/x", "there"), NOT_OPENED);
+    EXPECT_EQ(CreateError("folder", "there"), NOT_OPENED);
+    EXPECT_EQ(CreateError(nullptr, "there"), NOT_OPENED);
+    EXPECT_EQ(CreateError("x", "missing"), NO_DIRECTORY);
+    EXPECT_EQ(CreateError("x", "missing/there"), NO_DIRECTORY);
+    EXPECT_EQ(CreateError("x", "file"), NO_DIRECTORY);
+    EXPECT_EQ(CreateError("x", ".git"), NO_DIRECTORY); // without its extension nothing is left
+    EXPECT_EQ(CreateError("x", nullptr), NO_DIRECTORY);
+    EXPECT_EQ(CreateError("x", std::string(5000, 'd').c_str()), NO_DIRECTORY);
+    EXPECT_EQ(CreateError(std::string(5000, 'a').c_str(), "there"), NOT_OPENED);
+    EXPECT_EQ(Here(), sHere);
+    EXPECT_EQ(CountOpenFiles(), 0);
+    EXPECT_EQ(CreateError("x", "there"), "");
+}
+
+TEST(IsolatedArchiveCreation, RefusesToPutAnArchiveIntoItself)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/a", "a");
+    oDirectory.Write("d/sub/z", "z");
+    const std::string sHere = Here();
+    EXPECT_EQ(CreateError("d/x", "d"), NOT_OPENED);
+    EXPECT_EQ(CreateError("d/sub/x", "d"), NOT_OPENED);
+    EXPECT_EQ(CreateError("x", "."), NOT_OPENED);
+    EXPECT_EQ(Here(), sHere);
+}
+
+TEST(IsolatedArchiveCreation, RefusesLinksThatLeadBack)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/sub/a", "a");
+    oDirectory.Write("elsewhere/b", "b");
+    if (!MakeLink(oDirectory.PathOf("d"), oDirectory.PathOf("d/sub/back")))
+        GTEST_SKIP() << "no links can be made here";
+    const std::string sHere = Here();
+    EXPECT_EQ(CreateError("x", "d"), NOT_OPENED);
+    EXPECT_EQ(Here(), sHere);
+
+    // A link that leads elsewhere is packed as what it leads to, and the way back is found.
+    oDirectory.Remove("d/sub/back");
+    ASSERT_TRUE(MakeLink(oDirectory.PathOf("elsewhere"), oDirectory.PathOf("d/sub/link")));
+    oDirectory.Write("d/sub/m/c", "c");
+    EXPECT_EQ(CreateError("x", "d"), "");
+    const std::string sSub = MakeArchiveNode(
+        {{"a", "a"}, {"link", MakeArchiveNode({{"b", "b"}}), true}, {"m", MakeArchiveNode({{"c", "c"}}), true}});
+    EXPECT_EQ(oDirectory.Read("x.arc"), MakeArchiveNode({{"sub", sSub, true}}));
+    EXPECT_EQ(Here(), sHere);
+
+    ASSERT_TRUE(MakeLink(oDirectory.PathOf("nowhere"), oDirectory.PathOf("d/dangling")) ||
+                fs::is_symlink(oDirectory.PathOf("d/dangling")));
+    EXPECT_EQ(CreateError("x", "d"), NOT_OPENED);
+}
+
+TEST(IsolatedArchiveCreation, RefusesNamesThatCannotComeBack)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.MakeDirectory("d");
+    std::error_code oError;
+    fs::create_directory(fs::path(oDirectory.PathOf("d")) / "back\\slash", oError);
+    if (fs::is_directory(oDirectory.PathOf("d/back")))
+        GTEST_SKIP() << "a backslash is a separator of this file system";
+    EXPECT_EQ(CreateError("x", "d"), NOT_OPENED);
+    fs::remove(fs::path(oDirectory.PathOf("d")) / "back\\slash");
+    WriteWholeFile(fs::path(oDirectory.PathOf("d")) / "back\\slash", "");
+    EXPECT_EQ(CreateError("x", "d"), NOT_OPENED);
+}
+
+TEST(IsolatedArchiveCreation, PacksTheLongestName)
+{
+    const CTestDirectory oDirectory;
+    const std::string sName(200, 'n');
+    oDirectory.Write("d/" + sName, "x");
+    ASSERT_EQ(CreateError("x", "d"), "");
+    EXPECT_EQ(oDirectory.Read("x.arc"), MakeArchiveNode({{sName, "x"}}));
+}
+
+TEST(IsolatedArchiveCreation, SaysThatAFileShrank)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/big", std::string(5000000, 'b'));
+    Files().AddCallback(
+        [](int nEvent, unsigned long, unsigned long, unsigned long)
+        {
+            if (nEvent == 1)
+                fs::resize_file("big", 2000000);
+        },
+        0);
+    const std::string sHere = Here();
+    EXPECT_EQ(CreateError("x", "d"), NOT_READ);
+    EXPECT_EQ(Here(), sHere);
+    EXPECT_EQ(CountOpenFiles(), 0);
+}
+
+TEST(IsolatedArchiveCreation, RefusesToPassFourGibibytes)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/a", "first");
+    oDirectory.Write("d/huge", "");
+    std::error_code oError;
+    fs::resize_file(oDirectory.PathOf("d/huge"), 0xFFFFFFFF, oError);
+    if (oError)
+        GTEST_SKIP() << "no file of 4 GiB can be made here: " << oError.message();
+    EXPECT_EQ(CreateError("x", "d"), NOT_WRITTEN);
+    EXPECT_LT(fs::file_size("x.arc"), 1000000u);
+}
+
+TEST(IsolatedArchiveCreation, SaysWhichWriteFailed)
+{
+    if (!CFileSizeLimit::IsSupported())
+        GTEST_SKIP() << "this system has no limit on the size of a file";
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/small", "0123456789");
+    oDirectory.Write("big/big", std::string(3000000, 'b'));
+    oDirectory.Write("nested/sub/small", "0123456789");
+
+    struct
+    {
+        const char* pSource;
+        std::uint64_t nLimit;
+        const char* pError;
+    } const aCases[] = {
+        {"d", 0, NO_HEADER},
+        {"d", 31, NO_HEADER},
+        {"d", 32, NOT_WRITTEN},
+        {"d", 41, NOT_WRITTEN},
+        {"d", 42, NO_TABLE},
+        {"d", 317, NO_TABLE},
+        {"d", 318, ""},
+        {"big", 32, NOT_WRITTEN},
+        {"big", 2000000, NOT_WRITTEN},
+        {"nested", 32, NO_HEADER},
+        {"nested", 64, NOT_WRITTEN},
+        {"nested", 74, NO_TABLE},
+        {"nested", 350, NO_TABLE},
+        {"nested", 626, ""},
+    };
+
+    const std::string sHere = Here();
+    for (const auto& [pSource, nLimit, pError] : aCases)
+    {
+        const CFileSizeLimit oLimit(nLimit);
+        EXPECT_EQ(CreateError("x", pSource), pError) << pSource << " " << nLimit;
+        EXPECT_EQ(Here(), sHere);
+    }
+    EXPECT_EQ(CountOpenFiles(), 0);
+}
+
+TEST(IsolatedArchiveCreation, SaysThatADeviceIsFull)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/a", "a");
+    if (!fs::is_character_file("/dev/full") || !MakeLink("/dev/full", oDirectory.PathOf("x.arc")))
+        GTEST_SKIP() << "there is no full device here";
+    EXPECT_EQ(CreateError("x", "d"), NO_HEADER);
+}
+
+TEST(IsolatedArchiveCreation, ComesBackFromDeepTrees)
+{
+    // As deep as a path of this system goes.
+    const CTestDirectory oDirectory;
+    std::string sPath = "d";
+    oDirectory.MakeDirectory(sPath);
+    const std::string sHere = Here();
+    std::size_t nDepth = 0;
+    std::error_code oError;
+    for (; sHere.size() + sPath.size() < 240; ++nDepth)
+    {
+        sPath += "/e";
+        oDirectory.MakeDirectory(sPath);
+    }
+    oDirectory.Write(sPath + "/f", "found");
+    ASSERT_EQ(CreateError("x", "d"), "");
+    EXPECT_EQ(Here(), sHere);
+    ASSERT_TRUE(Files().ExtractArchive("x", ""));
+    EXPECT_EQ(ListTree("x"), ListTree("d"));
+    EXPECT_GT(nDepth, 50u);
+}
+
+// ---------------------------------------------------------------- names of archived files
+
+TEST(IsolatedArchive, IsReadByEveryWayOfWritingAPath)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("pack.arc", Golden("tree.arc"));
+    for (const char* pName : {"pack\\sub\\file.txt", "pack/sub/file.txt", "pack\\sub/file.txt", "PACK/SUB/FILE.TXT",
+                              "PACK\\SUB\\FILE.TXT", "pack.arc/sub/file.txt", "Pack.Arc\\Sub\\File.Txt"})
+    {
+        EXPECT_EQ(ReadThroughFiles(pName), "a file in sub\n") << pName;
+        EXPECT_TRUE(Files().FileExists(pName)) << pName;
+    }
+    EXPECT_EQ(ReadThroughFiles("pack/a.txt"), "");
+    EXPECT_EQ(ReadThroughFiles("pack/b.TXT"), "Hello, archive.\r\n");
+    EXPECT_EQ(ReadThroughFiles("pack/sub/deep/X.BIN"), GoldenTree()["sub/Deep/x.bin"]);
+
+    CFileIO oFile;
+    ASSERT_TRUE(oFile.Open("pack/sub/file.txt", 1));
+    char aLine[64];
+    EXPECT_TRUE(oFile.ReadLine(aLine, sizeof aLine));
+    EXPECT_STREQ(aLine, "a file in sub");
+}
+
+TEST(IsolatedArchive, FindsNothingUnderOtherNames)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("pack.arc", Golden("tree.arc"));
+    for (const char* pName : {"pack", "pack/", "pack/missing", "pack/sub/missing", "pack/a.txt/b", "pack//a.txt",
+                              "/pack/a.txt", "pack/sub//file.txt", "pack/sub/", "missing/a.txt", "pack.dat/a.txt",
+                              "pack/./a.txt", "pack/sub/../a.txt", "./pack/a.txt", "\\", "//", "pack/Empty/x"})
+    {
+        EXPECT_EQ(OpenError(pName), NOT_FOUND) << pName;
+        EXPECT_FALSE(Files().FileExists(pName)) << pName;
+    }
+    EXPECT_EQ(OpenError(oDirectory.PathOf("pack/a.txt")), NOT_FOUND);
+    EXPECT_EQ(OpenError("pack/" + std::string(5000, 'x')), NOT_FOUND);
+    EXPECT_EQ(OpenError(std::string(5000, 'x') + "/a"), NOT_FOUND);
+    EXPECT_EQ(OpenError("pack/a.txt"), "");
+}
+
+TEST(IsolatedArchive, GivesWayToPlainFiles)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("data.arc", MakeArchiveNode({{"a", "archived"}, {"b", "archived"}}));
+    oDirectory.Write("data/a", "plain");
+    EXPECT_EQ(ReadThroughFiles("data/a"), "plain");
+    EXPECT_EQ(ReadThroughFiles("data/b"), "archived");
+}
+
+TEST(IsolatedArchive, IsFoundBelowRelativeRoots)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("base.arc", Golden("tree.arc"));
+    Files().AddRoot("other");
+    Files().AddRoot("base");
+    EXPECT_EQ(ReadThroughFiles("sub/file.txt"), "a file in sub\n");
+    EXPECT_EQ(OpenError("sub/missing"), NOT_FOUND);
+}
+
+TEST(IsolatedArchive, EndsAFileWhereItsEntryEnds)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("two.arc", MakeArchiveNode({{"a", "first"}, {"b", "second"}}));
+    const unsigned long nHandle = Files().OpenFile("two/a");
+    EXPECT_EQ(Files().GetFileSize(nHandle), 5u);
+    char aBuffer[64] = {};
+    EXPECT_EQ(Files().ReadFile(nHandle, aBuffer, sizeof aBuffer), 5u);
+    EXPECT_STREQ(aBuffer, "first");
+    EXPECT_TRUE(Files().IsEof(nHandle));
+    EXPECT_EQ(Files().ReadFile(nHandle, aBuffer, sizeof aBuffer), 0u);
+    EXPECT_TRUE(Files().Seek(nHandle, 1));
+    EXPECT_EQ(Files().ReadFile(nHandle, aBuffer, 2), 2u);
+    EXPECT_EQ(std::string(aBuffer, 2), "ir");
+    EXPECT_TRUE(Files().SeekEnd(nHandle, 2));
+    EXPECT_EQ(Files().ReadFile(nHandle, aBuffer, 64), 2u);
+    EXPECT_EQ(std::string(aBuffer, 2), "st");
+    EXPECT_EQ(Thrown([&] { Files().Seek(nHandle, 6); }), "4009 Error trying to set the file pointer.");
+    Files().CloseFile(nHandle);
+}
+
+TEST(IsolatedArchive, OpensADirectoryAsTheBytesOfItsNode)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("pack.arc", MakeArchiveNode({{"sub", Golden("empty.arc"), true}}));
+    EXPECT_EQ(ReadThroughFiles("pack/sub"), Golden("empty.arc"));
+}
+
+TEST(IsolatedArchive, TakesTheFirstOfEqualNames)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc",
+                     MakeArchiveNode({{"Name", "first"}, {"NAME", "second"}, {"name", MakeArchiveNode({}), true}}));
+    EXPECT_EQ(ReadThroughFiles("p/name"), "first");
+    EXPECT_EQ(OpenError("p/name/x"), NOT_FOUND); // the first is no directory
+}
+
+TEST(IsolatedArchive, ServesManyHandlesAtATime)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeLargeArchive(1000));
+    std::vector<unsigned long> aHandles;
+    for (int i = 0; i < 200; ++i)
+    {
+        char aName[32];
+        std::snprintf(aName, sizeof aName, "p/FILE%06d.dat", i * 5);
+        aHandles.push_back(Files().OpenFile(aName));
+    }
+    for (std::size_t i = 0; i < aHandles.size(); ++i)
+    {
+        char aBuffer[32] = {};
+        Files().ReadFile(aHandles[i], aBuffer, sizeof aBuffer);
+        char aName[32];
+        std::snprintf(aName, sizeof aName, "file%06d.dat", static_cast<int>(i) * 5);
+        EXPECT_STREQ(aBuffer, aName);
+        Files().CloseFile(aHandles[i]);
+    }
+    EXPECT_EQ(CountOpenFiles(), 0);
+}
+
+// ---------------------------------------------------------------- registering
+
+TEST(IsolatedArchiveRegistry, ReadsAnArchiveOnlyOnce)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", "old"}}));
+    EXPECT_EQ(ReadThroughFiles("p/a"), "old");
+
+    // The table is the one that was read, the bytes are those that are there now.
+    oDirectory.Write("p.arc", MakeArchiveNode({{"b", "new"}}));
+    EXPECT_EQ(ReadThroughFiles("p/a"), "new");
+    EXPECT_EQ(OpenError("p/b"), NOT_FOUND);
+    EXPECT_EQ(CountOpenFiles(), 0);
+
+    oDirectory.Write("p.arc", "short");
+    EXPECT_EQ(OpenError("p/a"), "");
+    EXPECT_EQ(Thrown([] { ReadThroughFiles("p/a"); }), NOT_READ);
+}
+
+TEST(IsolatedArchiveRegistry, OpensEntriesRelativeToTheCurrentDirectory)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("one/p.arc", MakeArchiveNode({{"a", "one"}, {"sub", MakeArchiveNode({{"x", "deep"}}), true}}));
+    oDirectory.Write("two/p.arc", MakeArchiveNode({{"b", "two"}}));
+    oDirectory.MakeDirectory("none");
+    ASSERT_EQ(DIR_Change("one"), 1);
+    EXPECT_EQ(ReadThroughFiles("p/a"), "one");
+
+    // Of two archives of one name the one that was registered first counts.
+    ASSERT_EQ(DIR_Change("../two"), 1);
+    EXPECT_EQ(ReadThroughFiles("p/a"), "two");
+    EXPECT_EQ(OpenError("p/b"), NOT_FOUND);
+
+    ASSERT_EQ(DIR_Change("../none"), 1);
+    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
+    EXPECT_EQ(OpenError("p/sub/x"), NOT_OPENED);
+    EXPECT_EQ(Thrown([] { Files().FileExists("p/a"); }), NOT_OPENED);
+    EXPECT_EQ(OpenError("p/b"), NOT_FOUND);
+
+    ASSERT_EQ(DIR_Change("../one"), 1);
+    EXPECT_EQ(ReadThroughFiles("p/sub/x"), "deep");
+}
+
+TEST(IsolatedArchiveRegistry, HoldsTwoHundredFiftySixNodesAndNoMore)
+{
+    const CTestDirectory oDirectory;
+    std::vector<ArchiveItem> aItems;
+    for (int i = 0; i < 300; ++i)
+        aItems.push_back({"d" + std::to_string(i), MakeArchiveNode({{"f", std::to_string(i)}}), true});
+    oDirectory.Write("p.arc", MakeArchiveNode(aItems));
+    oDirectory.Write("q.arc", MakeArchiveNode({{"f", "q"}}));
+
+    for (int i = 0; i < 255; ++i)
+        ASSERT_EQ(ReadThroughFiles("p/d" + std::to_string(i) + "/f"), std::to_string(i));
+    EXPECT_EQ(OpenError("p/d255/f"), NOT_FOUND);
+    EXPECT_EQ(OpenError("q/f"), NOT_FOUND);
+    EXPECT_EQ(ReadThroughFiles("p/d254/f"), "254");
+    EXPECT_EQ(ReadThroughFiles("p/D0/F"), "0");
+    EXPECT_EQ(CountOpenFiles(), 0);
+}
+
+TEST(IsolatedArchiveRegistry, LosesNoNodeToBrokenArchives)
+{
+    const CTestDirectory oDirectory;
+    std::string sOld = MakeArchiveNode({{"a", "a"}});
+    sOld[4] = 2;
+    oDirectory.Write("old.arc", sOld);
+    std::string sMinor = MakeArchiveNode({{"a", "a"}});
+    sMinor[5] = 1;
+    oDirectory.Write("minor.arc", sMinor);
+    oDirectory.Write("text.arc", std::string(100, 't'));
+    oDirectory.Write("short.arc", "ARCX");
+    oDirectory.Write("none.arc", "");
+    oDirectory.Write("cut.arc", Golden("tree.arc").substr(0, 2000));
+    std::string sLoop = MakeArchiveNode({{"x", "", true}, {"good", "good"}});
+    SetNumber(sLoop, GetEntryPosition(sLoop, 0) + ENTRY_OFFSET_FIELD, 0);
+    SetNumber(sLoop, GetEntryPosition(sLoop, 0) + ENTRY_SIZE_FIELD, static_cast<std::uint32_t>(sLoop.size()));
+    oDirectory.Write("loop.arc", sLoop);
+    std::string sOutside = MakeArchiveNode({{"x", "x"}, {"good", "good"}});
+    SetNumber(sOutside, GetEntryPosition(sOutside, 0) + ENTRY_SIZE_FIELD, 0x7FFFFFFF);
+    oDirectory.Write("outside.arc", sOutside);
+
+    for (int i = 0; i < 300; ++i)
+    {
+        ASSERT_EQ(OpenError("old/a"), WRONG_VERSION);
+        ASSERT_EQ(OpenError("minor/a"), WRONG_VERSION);
+        ASSERT_EQ(OpenError("text/a"), WRONG_VERSION);
+        ASSERT_EQ(OpenError("short/a"), NOT_READ);
+        ASSERT_EQ(OpenError("none/a"), NOT_READ);
+        ASSERT_EQ(OpenError("cut/a"), NOT_READ);
+        ASSERT_EQ(OpenError("loop/x/x/x/x"), NOT_READ);
+        ASSERT_EQ(OpenError("outside/x"), NOT_READ);
+        ASSERT_EQ(Thrown([] { Files().FileExists("old/a"); }), WRONG_VERSION);
+        ASSERT_EQ(ReadThroughFiles("loop/good"), "good");
+        ASSERT_EQ(ReadThroughFiles("outside/good"), "good");
+    }
+    EXPECT_EQ(CountOpenFiles(), 0);
+
+    // A broken archive that is replaced by a good one is read anew.
+    oDirectory.Write("old.arc", MakeArchiveNode({{"a", "mended"}}));
+    EXPECT_EQ(ReadThroughFiles("old/a"), "mended");
+}
+
+TEST(IsolatedArchiveRegistry, TakesADirectoryForNoArchive)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.MakeDirectory("p.arc");
+    EXPECT_EQ(OpenError("p/a"), NOT_FOUND);
+    EXPECT_FALSE(Files().ExtractArchive("p", "."));
+}
+
+TEST(IsolatedArchiveRegistry, FreesTheLockWhenItThrows)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", "a"}}));
+    EXPECT_EQ(ReadThroughFiles("p/a"), "a");
+    oDirectory.Remove("p.arc");
+    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
+    EXPECT_FALSE(Files().IsFileOpen(1)); // the slot that was meant for it is free
+    oDirectory.Write("plain", "plain");
+    EXPECT_EQ(ReadThroughFiles("plain"), "plain");
+}
+
+// ---------------------------------------------------------------- extraction
+
+TEST(IsolatedArchiveExtraction, WritesTheTreeUnderTheArchivesName)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("pack.arc", Golden("tree.arc"));
+    oDirectory.MakeDirectory("out");
+    const std::string sHere = Here();
+    EXPECT_TRUE(Files().ExtractArchive("pack", "out"));
+    EXPECT_EQ(ListTree("out/pack"), GoldenTree());
+    EXPECT_EQ(Here(), sHere);
+
+    // Again over what is there, and what was longer gets shorter.
+    oDirectory.Write("out/pack/c", "longer than before");
+    EXPECT_TRUE(Files().ExtractArchive("pack.ARC", "out"));
+    EXPECT_EQ(ListTree("out/pack"), GoldenTree());
+    EXPECT_EQ(CountOpenFiles(), 0);
+
+    // and packed again it is the same archive
+    EXPECT_TRUE(Files().CreateArchive("again", "out/pack"));
+    EXPECT_EQ(oDirectory.Read("again.arc"), Golden("tree.arc"));
+}
+
+TEST(IsolatedArchiveExtraction, TakesTheDestinationWhereverItIs)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"f", "f"}}));
+    oDirectory.MakeDirectory("out/in");
+    oDirectory.MakeDirectory("out.d/in");
+
+    struct
+    {
+        std::string sDestination;
+        const char* pResult;
+    } const aCases[] = {
+        {"", "p/f"},
+        {".", "p/f"},
+        {"out", "out/p/f"},
+        {"out/", "out/p/f"},
+        {"out\\in", "out/in/p/f"},
+        {"out.d", "out/p/f"}, // the extension is dropped
+        {"out.d/", "out.d/p/f"},
+        {"out.d/in", "out.d/in/p/f"},
+        {"out.d/in/..", "out.d/p/f"},
+        {oDirectory.PathOf("out"), "out/p/f"},
+    };
+
+    for (const auto& [sDestination, pResult] : aCases)
+    {
+        EXPECT_TRUE(Files().ExtractArchive("p", sDestination.c_str())) << sDestination;
+        EXPECT_TRUE(oDirectory.Has(pResult)) << sDestination;
+        if (oDirectory.Has(pResult))
+            oDirectory.Remove(pResult);
+    }
+}
+
+TEST(IsolatedArchiveExtraction, FindsItsArchiveBeforeItChangesTheDirectory)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("a/p.arc", MakeArchiveNode({{"f", "from a"}}));
+    oDirectory.Write("b/p.arc", MakeArchiveNode({{"f", "from b"}}));
+    oDirectory.Write("p.arc", MakeArchiveNode({{"f", "from here"}}));
+    oDirectory.MakeDirectory("out");
+    EXPECT_EQ(ReadThroughFiles("p/f"), "from here");
+    for (const auto& [pArchive, pContents] :
+         {std::pair("a/p", "from a"), std::pair("b\\p.arc", "from b"), std::pair("p", "from here")})
+    {
+        EXPECT_TRUE(Files().ExtractArchive(pArchive, "out"));
+        EXPECT_EQ(oDirectory.Read("out/p/f"), pContents);
+    }
+}
+
+TEST(IsolatedArchiveExtraction, NeedsNoneOfTheRegistrysNodes)
+{
+    const CTestDirectory oDirectory;
+    std::vector<ArchiveItem> aItems;
+    for (int i = 0; i < 600; ++i)
+        aItems.push_back({"d" + std::to_string(i), MakeArchiveNode({{"f", std::to_string(i)}}), true});
+    oDirectory.Write("p.arc", MakeArchiveNode(aItems));
+    oDirectory.Write("q.arc", MakeArchiveNode({{"f", "q"}}));
+    EXPECT_TRUE(Files().ExtractArchive("p", ""));
+    EXPECT_EQ(ListTree("p").size(), 1200u);
+    EXPECT_EQ(oDirectory.Read("p/d599/f"), "599");
+    EXPECT_EQ(ReadThroughFiles("q/f"), "q");
+}
+
+TEST(IsolatedArchiveExtraction, SaysWhatIsMissing)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"f", "f"}}));
+    oDirectory.Write("file", "no directory");
+    oDirectory.MakeDirectory(".hidden");
+    const std::string sHere = Here();
+    EXPECT_FALSE(Files().ExtractArchive("missing", "."));
+    EXPECT_FALSE(Files().ExtractArchive("", "."));
+    EXPECT_FALSE(Files().ExtractArchive(nullptr, "."));
+    EXPECT_FALSE(Files().ExtractArchive(std::string(5000, 'a').c_str(), "."));
+    EXPECT_EQ(ExtractError("p", "missing"), NO_DIRECTORY);
+    EXPECT_EQ(ExtractError("p", "file"), NO_DIRECTORY);
+    EXPECT_EQ(ExtractError("p", ".hidden"), NO_DIRECTORY);
+    EXPECT_EQ(ExtractError("p", nullptr), NO_DIRECTORY);
+    oDirectory.Write("p", "in the way");
+    EXPECT_EQ(ExtractError("p", "."), NO_DIRECTORY);
+    EXPECT_EQ(Here(), sHere);
+    EXPECT_EQ(CountOpenFiles(), 0);
+}
+
+TEST(IsolatedArchiveExtraction, RefusesNamesThatLeadElsewhere)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.MakeDirectory("top/out");
+    const std::string sHere = Here();
+    for (const std::string& sName : std::vector<std::string>{"", ".", "..", "/", "\\", "../evil", "..\\evil", "/evil",
+                                                             "sub/evil", "sub\\evil", "evil/"})
+    {
+        for (const bool bIsDirectory : {false, true})
+        {
+            const std::string sBytes = bIsDirectory ? MakeArchiveNode({{"inner", "x"}}) : "x";
+            oDirectory.Write("bad.arc", MakeArchiveNode({{sName, sBytes, bIsDirectory}}));
+            EXPECT_EQ(ExtractError("bad", "top/out"), NOT_CREATED) << sName;
+            const std::map<std::string, std::string> oNothing = {{"out/", ""}, {"out/bad/", ""}};
+            EXPECT_EQ(ListTree("top"), oNothing) << sName;
+            EXPECT_EQ(Here(), sHere);
+        }
+    }
+}
+
+TEST(IsolatedArchiveExtraction, TakesNamesAsThisSystemDoes)
+{
+    // On Windows these are streams, other drives and devices; elsewhere they are names like any other.
+    const CTestDirectory oDirectory;
+    const bool bWindows = Here().find('\\') != std::string::npos;
+    for (const char* pName : {"c:evil", "a:stream", "nul", "NUL", "con.txt", "com1", "lpt9.dat", "aux", "prn"})
+    {
+        oDirectory.Write("bad.arc", MakeArchiveNode({{pName, "x"}}));
+        EXPECT_EQ(ExtractError("bad", ""), bWindows ? NOT_CREATED : "") << pName;
+        EXPECT_EQ(oDirectory.Has("bad/" + std::string(pName)) && !bWindows, !bWindows) << pName;
+    }
+}
+
+TEST(IsolatedArchiveExtraction, FollowsNoLinkOutOfItsDestination)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", Golden("tree.arc"));
+    oDirectory.Write("outside/c", "untouched");
+    oDirectory.MakeDirectory("out/p");
+    if (!MakeLink(oDirectory.PathOf("outside"), oDirectory.PathOf("out/p/sub")))
+        GTEST_SKIP() << "no links can be made here";
+    EXPECT_EQ(ExtractError("p", "out"), NO_DIRECTORY);
+    EXPECT_EQ(ListTree("outside"), (std::map<std::string, std::string>{{"c", "untouched"}}));
+
+    // a link in place of a file, and a second name of a file outside, are replaced
+    oDirectory.Remove("out/p/sub");
+    oDirectory.Remove("out/p/c");
+    oDirectory.Remove("out/p/B.txt");
+    ASSERT_TRUE(MakeLink(oDirectory.PathOf("outside/c"), oDirectory.PathOf("out/p/c")));
+    fs::create_hard_link(oDirectory.PathOf("outside/c"), oDirectory.PathOf("out/p/B.txt"));
+    EXPECT_EQ(ExtractError("p", "out"), "");
+    EXPECT_EQ(ListTree("outside"), (std::map<std::string, std::string>{{"c", "untouched"}}));
+    EXPECT_EQ(ListTree("out/p"), GoldenTree());
+
+    // a link in place of the directory that is to be made
+    oDirectory.Remove("out/p");
+    ASSERT_TRUE(MakeLink(oDirectory.PathOf("outside"), oDirectory.PathOf("out/p")));
+    EXPECT_EQ(ExtractError("p", "out"), NO_DIRECTORY);
+    EXPECT_EQ(ListTree("outside"), (std::map<std::string, std::string>{{"c", "untouched"}}));
+}
+
+TEST(IsolatedArchiveExtraction, RefusesBrokenArchives)
+{
+    const CTestDirectory oDirectory;
+    const std::string sGolden = Golden("tree.arc");
+    const std::string sHere = Here();
+    std::string sBroken = sGolden;
+    sBroken[4] = 9;
+    oDirectory.Write("p.arc", sBroken);
+    EXPECT_EQ(ExtractError("p", ""), WRONG_VERSION);
+
+    for (const std::size_t nLength : {0u, 31u, 32u, 1000u, 2623u})
+    {
+        oDirectory.Write("p.arc", sGolden.substr(0, nLength));
+        EXPECT_EQ(ExtractError("p", ""), NOT_READ) << nLength;
+    }
+    EXPECT_FALSE(oDirectory.Has("p"));
+
+    sBroken = sGolden;
+    SetNumber(sBroken, GetEntryPosition(sBroken, 2) + ENTRY_SIZE_FIELD, 1000000);
+    oDirectory.Write("p.arc", sBroken);
+    EXPECT_EQ(ExtractError("p", ""), NOT_READ);
+    EXPECT_FALSE(oDirectory.Has("p"));
+
+    sBroken = sGolden;
+    sBroken[50] = 'X'; // the magic of the node Empty
+    oDirectory.Write("p.arc", sBroken);
+    EXPECT_EQ(ExtractError("p", ""), WRONG_VERSION);
+    EXPECT_EQ(Here(), sHere);
+    EXPECT_EQ(CountOpenFiles(), 0);
+}
+
+TEST(IsolatedArchiveExtraction, EndsOnArchivesThatHoldThemselvesOrMultiply)
+{
+    const CTestDirectory oDirectory;
+    std::string sLoop = MakeArchiveNode({{"x", "", true}});
+    SetNumber(sLoop, GetEntryPosition(sLoop, 0) + ENTRY_OFFSET_FIELD, 0);
+    SetNumber(sLoop, GetEntryPosition(sLoop, 0) + ENTRY_SIZE_FIELD, static_cast<std::uint32_t>(sLoop.size()));
+    oDirectory.Write("loop.arc", sLoop);
+    EXPECT_EQ(ExtractError("loop", ""), NOT_READ);
+
+    // Fifty levels of which each holds the one below twice would be a million million files.
+    std::string sNode = MakeArchiveNode({{"f", "f"}});
+    for (int i = 0; i < 50; ++i)
+    {
+        sNode = MakeArchiveNode({{"a", sNode, true}, {"b", "", true}});
+        for (const std::size_t nField : {ENTRY_OFFSET_FIELD, ENTRY_SIZE_FIELD})
+            SetNumber(sNode, GetEntryPosition(sNode, 1) + nField,
+                      GetNumber(sNode, GetEntryPosition(sNode, 0) + nField));
+    }
+    oDirectory.Write("twice.arc", sNode);
+    EXPECT_EQ(ExtractError("twice", ""), NOT_READ);
+    EXPECT_FALSE(oDirectory.Has("twice"));
+}
+
+TEST(IsolatedArchiveExtraction, EndsOnArchivesThatAreTooDeep)
+{
+    const CTestDirectory oDirectory;
+    constexpr int DEPTH = 5000;
+    std::string sNode = MakeArchiveNode({});
+    std::string sHeads;
+    std::string sTables;
+    std::size_t nBelow = sNode.size();
+    for (int i = 0; i < DEPTH; ++i)
+    {
+        // header | node below | table with the one entry
+        std::string sHead = sNode.substr(0, 32);
+        SetNumber(sHead, NODE_SIZE_FIELD, static_cast<std::uint32_t>(32 + nBelow + ENTRY_SIZE));
+        SetNumber(sHead, TABLE_OFFSET_FIELD, static_cast<std::uint32_t>(32 + nBelow));
+        SetNumber(sHead, ENTRY_COUNT_FIELD, 1);
+        std::string sEntry(ENTRY_SIZE, '\0');
+        sEntry[0] = 'd';
+        SetNumber(sEntry, ENTRY_OFFSET_FIELD, 32);
+        SetNumber(sEntry, ENTRY_SIZE_FIELD, static_cast<std::uint32_t>(nBelow));
+        sEntry[ENTRY_FLAG_FIELD] = 1;
+        sHeads.insert(0, sHead);
+        sTables += sEntry;
+        nBelow += 32 + ENTRY_SIZE;
+    }
+    oDirectory.Write("deep.arc", sHeads + sNode + sTables);
+    const std::string sHere = Here();
+    EXPECT_EQ(ExtractError("deep", ""), NO_DIRECTORY);
+    EXPECT_EQ(Here(), sHere);
+    std::error_code oError;
+    fs::remove_all("deep", oError);
+}
+
+TEST(IsolatedArchiveExtraction, ReportsWritesThatFail)
+{
+    if (!CFileSizeLimit::IsSupported())
+        GTEST_SKIP() << "this system has no limit on the size of a file";
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", std::string(3000000, 'a')}}));
+    oDirectory.Write("q.arc", MakeArchiveNode({{"a", "0123456789"}}));
+    const std::string sHere = Here();
+    {
+        const CFileSizeLimit oLimit(2000000);
+        EXPECT_EQ(ExtractError("p", ""), NOT_WRITTEN);
+    }
+    {
+        const CFileSizeLimit oLimit(9);
+        EXPECT_EQ(ExtractError("q", ""), NOT_WRITTEN);
+    }
+    EXPECT_EQ(Here(), sHere);
+    EXPECT_EQ(ExtractError("p", ""), "");
+    EXPECT_EQ(oDirectory.Read("p/a"), std::string(3000000, 'a'));
+}
+
+TEST(IsolatedArchiveExtraction, ReplacesNoReadOnlyFile)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", "new"}}));
+    oDirectory.Write("p/a", "old");
+    oDirectory.SetReadOnly("p/a", true);
+    EXPECT_EQ(ExtractError("p", ""), NOT_CREATED);
+    oDirectory.SetReadOnly("p/a", false);
+    EXPECT_EQ(oDirectory.Read("p/a"), "old");
+    oDirectory.Remove("p/a");
+    oDirectory.MakeDirectory("p/a");
+    EXPECT_EQ(ExtractError("p", ""), NOT_CREATED);
+}
+
+TEST(IsolatedArchiveExtraction, BringsBackFilesOfEverySize)
+{
+    const CTestDirectory oDirectory;
+    std::map<std::string, std::string> oTree;
+    std::uint32_t nRandom = 1;
+    for (const std::size_t nSize : {0u, 1u, 31u, 4095u, 4096u, 4097u, 1048575u, 1048576u, 1048577u, 3500000u})
+    {
+        std::string sBytes(nSize, '\0');
+        for (char& cByte : sBytes)
+            cByte = static_cast<char>((nRandom = nRandom * 1664525 + 1013904223) >> 24);
+        oTree["f" + std::to_string(nSize)] = sBytes;
+        oTree["sub/"] = "";
+        oTree["sub/f" + std::to_string(nSize)] = sBytes;
+    }
+    WriteTree(oDirectory, "d", oTree);
+    ASSERT_TRUE(Files().CreateArchive("x", "d"));
+    ASSERT_TRUE(Files().ExtractArchive("x", ""));
+    EXPECT_TRUE(ListTree("x") == oTree);
+    for (const auto& [sName, sBytes] : oTree)
+    {
+        if (sName.back() != '/')
+        {
+            EXPECT_TRUE(ReadThroughFiles("x/" + sName) == sBytes) << sName;
+        }
+    }
+}
+
+// ---------------------------------------------------------------- notifications
+
+TEST(IsolatedArchiveNotification, TellsEveryFileAndDirectory)
+{
+    const CTestDirectory oDirectory;
+    WriteTree(oDirectory, "tree", GoldenTree());
+    oDirectory.MakeDirectory("out");
+    Files().AddCallback(NoteEvent, 4711);
+
+    char aHere[1024];
+    ASSERT_EQ(DIR_GetWorkingDirectory(aHere, sizeof aHere), 1);
+    const std::string sHere = aHere;
+    const std::string sSlash = sHere.find('\\') != std::string::npos ? "\\" : "/";
+    const std::string sTree = sHere + sSlash + "tree";
+    const std::string sSub = sTree + sSlash + "sub";
+    const std::string sDeep = sSub + sSlash + "Deep";
+
+    ASSERT_TRUE(Files().CreateArchive("x", "tree"));
+    const std::vector<std::string> aCreated = {
+        "4|" + sTree + "|a.txt", "4|" + sTree + "|B.txt",   "4|" + sTree + "|c",       "4|" + sTree + "|Empty",
+        "4|" + sTree + "|sub",   "1|" + sTree + "|a.txt",   "1|" + sTree + "|B.txt",   "1|" + sTree + "|c",
+        "4|" + sSub + "|Deep",   "4|" + sSub + "|file.txt", "1|" + sSub + "|file.txt", "4|" + sDeep + "|x.bin",
+        "1|" + sDeep + "|x.bin"};
+    EXPECT_EQ(s_aEvents, aCreated);
+
+    s_aEvents.clear();
+    ASSERT_TRUE(Files().ExtractArchive("x", "out"));
+    const std::string sOut = sHere + sSlash + "out";
+    const std::string sTop = sOut + sSlash + "x";
+    const std::string sTopSub = sTop + sSlash + "sub";
+    const std::vector<std::string> aExtracted = {"3|" + sOut + "\\x",
+                                                 "2|" + sTop + "|x|a.txt",
+                                                 "2|" + sTop + "|x|B.txt",
+                                                 "2|" + sTop + "|x|c",
+                                                 "3|" + sTop + "\\Empty",
+                                                 "3|" + sTop + "\\sub",
+                                                 "2|" + sTopSub + "|sub|file.txt",
+                                                 "3|" + sTopSub + "\\Deep",
+                                                 "2|" + sTopSub + sSlash + "Deep" + "|Deep|x.bin"};
+    EXPECT_EQ(s_aEvents, aExtracted);
+
+    s_aEvents.clear();
+    Files().RemoveCallback(NoteEvent);
+    ASSERT_TRUE(Files().CreateArchive("x", "tree"));
+    EXPECT_TRUE(s_aEvents.empty());
+}
+
+TEST(IsolatedArchiveNotification, LetsACallbackEndTheWork)
+{
+    const CTestDirectory oDirectory;
+    WriteTree(oDirectory, "tree", GoldenTree());
+    oDirectory.Write("p.arc", Golden("tree.arc"));
+    const std::string sHere = Here();
+
+    static int s_nCountdown = 0;
+
+    struct Stop
+    {
+    };
+
+    Files().AddCallback(
+        [](int, unsigned long, unsigned long, unsigned long)
+        {
+            if (--s_nCountdown == 0)
+                throw Stop();
+        },
+        0);
+    for (int i = 1; i <= 9; ++i)
+    {
+        s_nCountdown = i;
+        EXPECT_THROW(Files().CreateArchive("x", "tree"), Stop) << i;
+        EXPECT_EQ(Here(), sHere);
+        s_nCountdown = i;
+        EXPECT_THROW(Files().ExtractArchive("p", ""), Stop) << i;
+        EXPECT_EQ(Here(), sHere);
+    }
+    EXPECT_EQ(CountOpenFiles(), 0);
+}
