@@ -1,6 +1,7 @@
 #include <Common/Platform/System/SystemSync.h>
 
 #include <Common/Platform/System/Posix/Futex.h>
+#include <Common/Platform/System/Posix/NamedObject.h>
 #include <Common/Platform/System/Posix/WaitTable.h>
 
 #include <cstring>
@@ -25,6 +26,23 @@ void* ToHandle(std::uint32_t nNumber)
 bool HasName(const char* pName)
 {
     return pName != nullptr && *pName != '\0';
+}
+
+void* OpenNamed(eNamedType nType, const char* pName, const NamedStart& oStart)
+{
+    bool bNew = false;
+    NamedObject* pNamed = NamedObject::Open(nType, pName, oStart, bNew);
+    if (pNamed == nullptr)
+        return nullptr;
+
+    const std::uint32_t hObject = WaitTable::AddNamed(pNamed);
+    if (hObject == 0)
+    {
+        if (bNew && oStart.bOwned)
+            pNamed->UnlockMutex();
+        pNamed->RemoveUse();
+    }
+    return ToHandle(hObject);
 }
 
 // A recursive lock. The address of something that each thread has tells the owner.
@@ -80,14 +98,14 @@ Section& SectionIn(void* pStorage)
 void* MakeMutex(bool bOwned, const char* pName)
 {
     if (HasName(pName))
-        return nullptr;
+        return OpenNamed(eNamedType::Mutex, pName, {.bOwned = bOwned});
     return ToHandle(WaitTable::AddMutex(bOwned));
 }
 
 void* MakeEvent(bool bManualReset, bool bSignalled, const char* pName)
 {
     if (HasName(pName))
-        return nullptr;
+        return OpenNamed(eNamedType::Event, pName, {.bManualReset = bManualReset, .bSignalled = bSignalled});
     return ToHandle(WaitTable::AddEvent(bManualReset, bSignalled));
 }
 
@@ -96,9 +114,11 @@ void* MakeSemaphore(int nCount, int nMaximum, const char* pName)
     if (nCount < 0 || nMaximum <= 0 || nCount > nMaximum)
         return nullptr;
 
+    const auto nUnits = static_cast<std::uint32_t>(nCount);
+    const auto nMost = static_cast<std::uint32_t>(nMaximum);
     if (HasName(pName))
-        return nullptr;
-    return ToHandle(WaitTable::AddSemaphore(static_cast<std::uint32_t>(nCount), static_cast<std::uint32_t>(nMaximum)));
+        return OpenNamed(eNamedType::Semaphore, pName, {.nCount = nUnits, .nMaximum = nMost});
+    return ToHandle(WaitTable::AddSemaphore(nUnits, nMost));
 }
 
 bool UnlockMutex(void* hMutex)

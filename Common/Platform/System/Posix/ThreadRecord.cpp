@@ -78,7 +78,7 @@ void ThreadRecord::AbandonAll()
     {
         const OwnedMutex oOwned = Owned()[--m_nOwned];
         if (oOwned.pNamed != nullptr)
-            oOwned.pNamed->AbandonMutex();
+            oOwned.pNamed->AbandonMutex(m_nNumber);
         else
             WaitTable::AbandonMutex(oOwned.hMutex, m_nNumber);
     }

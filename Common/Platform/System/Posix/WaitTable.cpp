@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <utility>
 
 namespace System
 {
@@ -525,6 +526,40 @@ bool Signal(std::uint32_t hEvent)
     }
 }
 
+// Uses the named object behind a handle as long as it lives; null when the handle is none of one.
+class NamedUse
+{
+public:
+    explicit NamedUse(std::uint32_t hObject)
+    {
+        if (!IsKind(hObject, eKind::Named))
+            return;
+
+        Slot& oSlot = SlotOf(hObject);
+        const std::lock_guard oGuard(oSlot.oLock);
+        if (HandleIn(oSlot.nWord.load(std::memory_order_relaxed)) != hObject)
+            return;
+        m_pNamed = oSlot.pNamed;
+        m_pNamed->AddUse();
+    }
+
+    ~NamedUse()
+    {
+        if (m_pNamed != nullptr)
+            m_pNamed->RemoveUse();
+    }
+
+    NamedUse(const NamedUse&) = delete;
+    NamedUse& operator=(const NamedUse&) = delete;
+
+    explicit operator bool() const { return m_pNamed != nullptr; }
+
+    NamedObject* operator->() const { return m_pNamed; }
+
+private:
+    NamedObject* m_pNamed = nullptr;
+};
+
 // Holds a thread's slot, if the handle is one of a thread.
 class ThreadSlot
 {
@@ -587,6 +622,11 @@ std::uint32_t WaitTable::AddThread()
                    });
 }
 
+std::uint32_t WaitTable::AddNamed(NamedObject* pNamed)
+{
+    return AddSlot(eKind::Named, 0, [=](Slot& oSlot, std::uint32_t) { oSlot.pNamed = pNamed; });
+}
+
 unsigned WaitTable::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
 {
     if (!IsPossible(hObject))
@@ -601,6 +641,10 @@ unsigned WaitTable::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
         return WaitForEvent(hObject, nMilliseconds);
     case eKind::Semaphore:
         return WaitForSemaphore(hObject, nMilliseconds);
+    case eKind::Named:
+        if (const NamedUse oNamed(hObject); oNamed)
+            return oNamed->Wait(nMilliseconds);
+        return WAIT_RESULT_FAILED;
     default:
         return WAIT_RESULT_FAILED;
     }
@@ -608,6 +652,9 @@ unsigned WaitTable::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
 
 bool WaitTable::UnlockMutex(std::uint32_t hMutex)
 {
+    if (const NamedUse oNamed(hMutex); oNamed)
+        return oNamed->UnlockMutex();
+
     ThreadRecord& oThread = ThreadRecord::This();
     OwnedMutex* pOwned = oThread.Find(hMutex, nullptr);
     if (pOwned == nullptr)
@@ -624,17 +671,23 @@ bool WaitTable::UnlockMutex(std::uint32_t hMutex)
 
 bool WaitTable::SetEvent(std::uint32_t hEvent)
 {
+    if (const NamedUse oNamed(hEvent); oNamed)
+        return oNamed->ChangeEvent(true);
     return IsKind(hEvent, eKind::Event) && Signal(hEvent);
 }
 
 bool WaitTable::ClearEvent(std::uint32_t hEvent)
 {
+    if (const NamedUse oNamed(hEvent); oNamed)
+        return oNamed->ChangeEvent(false);
     return IsKind(hEvent, eKind::Event) &&
            ChangeState(SlotOf(hEvent), hEvent, [](std::uint32_t nState) { return nState & ~EVENT_SIGNALLED; });
 }
 
 bool WaitTable::UnlockSemaphore(std::uint32_t hSemaphore, std::uint32_t nCount, std::uint32_t& nPrevious)
 {
+    if (const NamedUse oNamed(hSemaphore); oNamed)
+        return oNamed->UnlockSemaphore(nCount, nPrevious);
     if (!IsKind(hSemaphore, eKind::Semaphore))
         return false;
 
@@ -672,6 +725,7 @@ bool WaitTable::Close(std::uint32_t hObject)
 
     Slot& oSlot = SlotOf(hObject);
     bool bMutex = false;
+    NamedObject* pNamed = nullptr;
     {
         const std::lock_guard oGuard(oSlot.oLock);
         std::uint64_t nWord = oSlot.nWord.load(std::memory_order_relaxed);
@@ -683,6 +737,7 @@ bool WaitTable::Close(std::uint32_t hObject)
                                                     std::memory_order_relaxed));
 
         bMutex = oSlot.nKind.load(std::memory_order_relaxed) == eKind::Mutex;
+        pNamed = std::exchange(oSlot.pNamed, nullptr);
         TellAll(TakeQueue(oSlot), Waiter::Failed);
     }
 
@@ -693,6 +748,8 @@ bool WaitTable::Close(std::uint32_t hObject)
             oThread.Remove(pOwned);
     }
     ReturnSlot(hObject & INDEX_MASK);
+    if (pNamed != nullptr)
+        pNamed->RemoveUse();
     return true;
 }
 
@@ -756,6 +813,14 @@ bool WaitTable::WriteLevel(std::uint32_t hThread, int nLevel, void (*pApply)(std
     if (oSlot->nThreadNumber != 0)
         pApply(oSlot->nThreadNumber, nLevel);
     return true;
+}
+
+std::uint32_t WaitTable::CountNamed(const NamedObject* pNamed)
+{
+    std::uint32_t nHandles = 0;
+    for (std::uint32_t i = 0; i < s_nUsed; ++i)
+        nHandles += s_aSlots[i].pNamed == pNamed;
+    return nHandles;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

@@ -20,6 +20,7 @@ std::uint32_t AddMutex(bool bOwned);
 std::uint32_t AddEvent(bool bManualReset, bool bSignalled);
 std::uint32_t AddSemaphore(std::uint32_t nCount, std::uint32_t nMaximum);
 std::uint32_t AddThread();
+std::uint32_t AddNamed(NamedObject* pNamed); // takes a use of it over
 
 unsigned Wait(std::uint32_t hObject, std::uint32_t nMilliseconds);
 bool UnlockMutex(std::uint32_t hMutex);
@@ -39,6 +40,9 @@ bool ReadExitCode(std::uint32_t hThread, std::uint32_t& nExitCode);
 bool ReadLevel(std::uint32_t hThread, int& nLevel);
 // Notes the level, and applies it while the thread is kept from ending.
 bool WriteLevel(std::uint32_t hThread, int nLevel, void (*pApply)(std::uint32_t nNumber, int nLevel));
+
+// How many handles lead to a named object.
+std::uint32_t CountNamed(const NamedObject* pNamed);
 
 void BeforeFork();
 void AfterForkInParent();
