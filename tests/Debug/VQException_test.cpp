@@ -7,6 +7,11 @@
 #include <Common/Debug/VQPipeException.h>
 #include <Common/Debug/XfsException.h>
 
+#include <Common/File/FileIO.h>
+#include <Common/File/MemFileIO.h>
+
+#include <tests/support/TestDirectory.h>
+#include <tests/support/TestLocale.h>
 #include <tests/support/VirtualSlot.h>
 
 #include <gtest/gtest.h>
@@ -245,4 +250,51 @@ TEST(VQException, ObjectOwnsNothing)
     EXPECT_TRUE(std::is_trivially_destructible_v<CVQException>);
     EXPECT_TRUE(std::is_trivially_destructible_v<CXfsException>);
     EXPECT_TRUE(std::is_nothrow_copy_constructible_v<CXfsException>);
+}
+
+// ------------------------------------------------------------------------------------------------ out of the library
+
+TEST(VQException, ThrownInsideTheLibraryIsCaughtByType)
+{
+    const CTestDirectory oDirectory;
+
+    CFileIO oFile;
+    EXPECT_THROW(oFile.Open("missing.dat", CFileIO::READ), CXfsException);
+    EXPECT_THROW(oFile.Open("missing.dat", 0), CFileIOException);
+
+    CMemFileIO oMemory(0);
+    EXPECT_THROW(oMemory.SetSize(10), CMemFileIOException);
+}
+
+TEST(VQException, ThrownInsideTheLibraryIsCaughtAsTheBase)
+{
+    CFileIO oFile;
+    try
+    {
+        oFile.Open("any.dat", 0);
+    }
+    catch (CVQException& oError)
+    {
+        EXPECT_EQ(oError.GetErrorClass(), ecException);
+        EXPECT_EQ(oError.GetErrorCode(), 4500UL);
+        EXPECT_STREQ(oError.GetErrorString(), "Invalid file mode specified.");
+        EXPECT_STREQ(oError.GetFileName(), "Common/File/FileIO");
+        EXPECT_NE(oError.GetLine(), 0UL);
+        return;
+    }
+    FAIL() << "not caught";
+}
+
+TEST(IsolatedVQException, TextsAreCutBetweenCharacters)
+{
+    const CTestLocale oLocale(eTestText::ShiftJis);
+    if (!oLocale.WhyNot().empty())
+        GTEST_SKIP() << oLocale.WhyNot();
+
+    const std::string sBefore(254, 'm');
+    const CVQException oSplit(ecError, CODE, LINE, FILE_NAME, (sBefore + "\x83\x5C").c_str());
+    EXPECT_EQ(oSplit.GetErrorString(), sBefore);
+
+    const CVQException oWhole(ecError, CODE, LINE, FILE_NAME, (sBefore.substr(1) + "\x83\x5C").c_str());
+    EXPECT_EQ(oWhole.GetErrorString(), sBefore.substr(1) + "\x83\x5C");
 }

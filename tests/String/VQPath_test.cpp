@@ -1,6 +1,7 @@
 #include <Common/String/VQPath.h>
 
 #include <tests/support/TestDirectory.h>
+#include <tests/support/TestLocale.h>
 
 #include <gtest/gtest.h>
 
@@ -636,6 +637,22 @@ TEST(VQPath, AnythingIsAboveOrSame)
     for (const char* pFirst : {"", "a", "a/b", "C:\\x", "/"})
         for (const char* pSecond : {"", "b", "a/b/c", "D:\\", "\\"})
             EXPECT_TRUE(CVQPath(pFirst).IsAboveOrSame(CVQPath(pSecond)));
+}
+
+// ------------------------------------------------------------------------------------------------ multi-byte text
+
+TEST(IsolatedVQPath, ABackslashWithinACharacterIsNoSeparatorToTurnOrToSplitAt)
+{
+    const CTestLocale oLocale(eTestText::ShiftJis);
+    if (!oLocale.WhyNot().empty())
+        GTEST_SKIP() << oLocale.WhyNot();
+
+    CVQPath oPath("\x95\x5C\\\x83\x5Cx");
+    EXPECT_STREQ(~oPath.GetPath(), "\x95\x5C");
+    EXPECT_EQ(oPath.MakeForwardslashes(), 1);
+    EXPECT_STREQ(~oPath, "\x95\x5C/\x83\x5Cx");
+    oPath.StripPath();
+    EXPECT_STREQ(~oPath, "\x83\x5Cx");
 }
 
 // ------------------------------------------------------------------------------------------------ layout

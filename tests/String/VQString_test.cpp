@@ -2,6 +2,8 @@
 
 #include <Common/String/VQStringId.h>
 
+#include <tests/support/TestLocale.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -1384,6 +1386,62 @@ TEST(IsolatedVQString, NoHooksAreInstalledAtTheStart)
 {
     EXPECT_EQ(CVQString::s_pfnLoadString, nullptr);
     EXPECT_EQ(CVQString::s_pfnIsStringIdentical, nullptr);
+}
+
+// ------------------------------------------------------------------------------------------------ multi-byte text
+
+TEST(IsolatedVQString, CharactersOfTwoBytesStayWhole)
+{
+    const CTestLocale oLocale(eTestText::ShiftJis);
+    if (!oLocale.WhyNot().empty())
+        GTEST_SKIP() << oLocale.WhyNot();
+
+    // two characters whose second byte is that of a backslash, and a backslash between them
+    const char* const pText = "\x95\x5C\\\x83\x5C";
+    CVQString oText(pText);
+    EXPECT_EQ(oText.GetLength(), 5);
+    EXPECT_EQ(oText.Find('\\'), 2);
+    EXPECT_EQ(oText.ReverseFind('\\'), 2);
+    EXPECT_EQ(oText.FindOneOf("/\\"), 2);
+    EXPECT_EQ(oText.Find("\\\x83\x5C"), 2);
+    EXPECT_EQ(oText.Find("\x5C", 3), -1);
+
+    EXPECT_EQ(oText.Replace('\\', '/'), 1);
+    EXPECT_STREQ(~oText, "\x95\x5C/\x83\x5C");
+    oText = pText;
+    EXPECT_EQ(oText.Replace("\\", "::"), 1);
+    EXPECT_STREQ(~oText, "\x95\x5C::\x83\x5C");
+
+    oText.MakeReverse();
+    EXPECT_STREQ(~oText, "\x83\x5C::\x95\x5C");
+}
+
+TEST(IsolatedVQString, ReplacesByTheFirstByteOfACharacter)
+{
+    const CTestLocale oLocale(eTestText::ShiftJis);
+    if (!oLocale.WhyNot().empty())
+        GTEST_SKIP() << oLocale.WhyNot();
+
+    CVQString oText = FromBytes("\x83\x41-\x83\x42\0\x95\x83"sv); // the last 83 is a second byte
+    EXPECT_EQ(oText.Replace('\x83', '\x95'), 2);
+    EXPECT_EQ(Bytes(oText), "\x95\x41-\x95\x42\0\x95\x83"sv);
+    EXPECT_EQ(oText.Replace('A', 'a'), 0);
+}
+
+TEST(IsolatedVQString, LettersBeyondAsciiChangeCaseInUtf8)
+{
+    const CTestLocale oLocale(eTestText::Utf8);
+    if (!oLocale.WhyNot().empty())
+        GTEST_SKIP() << oLocale.WhyNot();
+
+    CVQString oText("\xC3\xA4x");
+    oText.MakeUpper();
+    EXPECT_STREQ(~oText, "\xC3\x84X");
+    EXPECT_EQ(oText.CompareNoCase("\xC3\xA4x"), 0);
+    oText.MakeReverse();
+    EXPECT_STREQ(~oText, "X\xC3\x84");
+    EXPECT_EQ(oText.Find('\x84'), -1);
+    EXPECT_EQ(oText.Replace("\x84", "?"), 0);
 }
 
 // ------------------------------------------------------------------------------------------------ layout
