@@ -1,5 +1,6 @@
 #include <Common/Platform/PlatformFile.h>
 
+#include <Common/Platform/System/FileAttributes.h>
 #include <Common/Platform/System/FileHandle.h>
 #include <Common/Platform/System/SystemFile.h>
 
@@ -90,19 +91,6 @@ private:
 };
 
 constinit CFileTable s_oTable;
-
-struct sAttributePair
-{
-    unsigned nOurs;
-    std::uint32_t nSystem;
-};
-
-constexpr sAttributePair ATTRIBUTE_PAIRS[] = {
-    {FILE_ATTR_ARCHIVE, System::ATTRIBUTE_ARCHIVE},     {FILE_ATTR_COMPRESSED, System::ATTRIBUTE_COMPRESSED},
-    {FILE_ATTR_DIRECTORY, System::ATTRIBUTE_DIRECTORY}, {FILE_ATTR_HIDDEN, System::ATTRIBUTE_HIDDEN},
-    {FILE_ATTR_NORMAL, System::ATTRIBUTE_NORMAL},       {FILE_ATTR_READONLY, System::ATTRIBUTE_READONLY},
-    {FILE_ATTR_SYSTEM, System::ATTRIBUTE_SYSTEM},       {FILE_ATTR_TEMPORARY, System::ATTRIBUTE_TEMPORARY},
-};
 
 // Copies a part of a path into a buffer of limited size, which may be null.
 void StorePart(char* pTarget, const char* pBegin, const char* pEnd, std::size_t nSize)
@@ -213,7 +201,7 @@ int FILE_Printf(int nFile, const char* pFormat, ...)
 int FILE_Vprintf(int nFile, const char* pFormat, va_list pArguments)
 {
     std::FILE* const pStream = s_oTable.Find(nFile);
-    return pStream != nullptr ? std::vfprintf(pStream, pFormat, pArguments) : -1;
+    return pStream != nullptr ? System::PrintToStream(pStream, pFormat, pArguments) : -1;
 }
 
 int FILE_Delete(const char* pPath)
@@ -252,23 +240,12 @@ void FILE_SplitPath(const char* pPath, char* pDrive, char* pDir, char* pName, ch
 
 unsigned FILE_GetFileAttributes(const char* pPath)
 {
-    const std::uint32_t nSystem = System::GetAttributes(pPath);
-    if (nSystem == System::NO_ATTRIBUTES)
-        return FILE_ATTR_MISSING;
-
-    unsigned nOurs = 0;
-    for (const sAttributePair& oPair : ATTRIBUTE_PAIRS)
-        nOurs |= (nSystem & oPair.nSystem) != 0 ? oPair.nOurs : 0;
-    return nOurs;
+    return System::ToOurAttributes(System::GetAttributes(pPath));
 }
 
 int FILE_SetFileAttributes(const char* pPath, unsigned nAttributes)
 {
-    std::uint32_t nSystem = 0;
-    for (const sAttributePair& oPair : ATTRIBUTE_PAIRS)
-        nSystem |= (nAttributes & oPair.nOurs) != 0 ? oPair.nSystem : 0;
-
-    return System::SetAttributes(pPath, nAttributes == FILE_ATTR_MISSING ? System::NO_ATTRIBUTES : nSystem) ? 1 : 0;
+    return System::SetAttributes(pPath, System::ToSystemAttributes(nAttributes)) ? 1 : 0;
 }
 
 int System::AdoptStream(std::FILE* pStream) noexcept

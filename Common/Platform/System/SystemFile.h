@@ -11,6 +11,9 @@
 /// letters A to Z; of several candidates the exact one, else the first in the order of directory searches). What
 /// creates, renames or deletes does so for the folders on the way alone and takes the last name as it stands.
 
+#include <Common/Export.h>
+
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -52,6 +55,11 @@ std::int64_t GetStreamLength(std::FILE* pStream) noexcept;
 
 /// Flushes the stream and cuts or extends the file.
 bool TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept;
+
+/// vfprintf, where writing that fails is told.
+///
+/// @return the number of bytes; negative on failure
+int PrintToStream(std::FILE* pStream, const char* pFormat, va_list pArguments) noexcept COMMON_PRINTF_FORMAT(2, 0);
 
 // ---------------------------------------------------------------- names
 

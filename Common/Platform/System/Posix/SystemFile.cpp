@@ -645,6 +645,11 @@ bool System::TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept
     return std::fflush(pStream) == 0 && Retry([&] { return ::ftruncate(::fileno(pStream), nLength); }) == 0;
 }
 
+int System::PrintToStream(std::FILE* pStream, const char* pFormat, va_list pArguments) noexcept
+{
+    return std::vfprintf(pStream, pFormat, pArguments);
+}
+
 bool System::EraseFile(const char* pPath) noexcept
 {
     return CallWithPath(pPath, eLastName::AsItStands, EraseWritable) == 0;

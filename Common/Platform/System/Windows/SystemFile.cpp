@@ -137,11 +137,12 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode) noexcept
         return nullptr;
     }
 
+    errno = 0;
     std::FILE* const pStream = OpenOnce(pPath, pMode);
-    if (pStream != nullptr || errno != EMFILE)
+    if (pStream != nullptr || (errno != EMFILE && errno != 0))
         return pStream;
 
-    // The runtime library starts with room for 512 streams.
+    // The runtime library starts with room for 512 streams, and not every one sets errno when there is none left.
     constexpr int MOST_STREAMS = 2048;
     return ::_getmaxstdio() < MOST_STREAMS && ::_setmaxstdio(MOST_STREAMS) == MOST_STREAMS ? OpenOnce(pPath, pMode)
                                                                                            : nullptr;
@@ -193,6 +194,29 @@ bool System::TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept
     return ::SetFilePointerEx(pHandle, LARGE_INTEGER{}, &oKept, FILE_CURRENT) &&
            ::SetFilePointerEx(pHandle, oLength, nullptr, FILE_BEGIN) && ::SetEndOfFile(pHandle) &&
            ::SetFilePointerEx(pHandle, oKept, nullptr, FILE_BEGIN);
+}
+
+int System::PrintToStream(std::FILE* pStream, const char* pFormat, va_list pArguments) noexcept
+{
+    // The compiler's own vfprintf says nothing of a write that fails, and writes byte by byte.
+    char aShort[1024];
+    va_list pSecond;
+    va_copy(pSecond, pArguments);
+    const int nLength = std::vsnprintf(aShort, sizeof(aShort), pFormat, pArguments);
+    std::unique_ptr<char[]> pLong;
+    if (nLength >= static_cast<int>(sizeof(aShort)))
+    {
+        const std::size_t nSize = static_cast<std::size_t>(nLength) + 1;
+        pLong.reset(new (std::nothrow) char[nSize]);
+        if (pLong != nullptr)
+            std::vsnprintf(pLong.get(), nSize, pFormat, pSecond);
+    }
+    va_end(pSecond);
+
+    if (nLength < 0 || (nLength >= static_cast<int>(sizeof(aShort)) && pLong == nullptr))
+        return -1;
+    const auto nBytes = static_cast<std::size_t>(nLength);
+    return std::fwrite(pLong != nullptr ? pLong.get() : aShort, 1, nBytes, pStream) == nBytes ? nLength : -1;
 }
 
 bool System::EraseFile(const char* pPath) noexcept
