@@ -3,14 +3,13 @@
 /// @file
 /// The attribute bits of the FILE_ functions beside those of the system.
 
-#include <Common/Platform/PlatformFile.h>
 #include <Common/Platform/System/SystemFile.h>
 
 #include <cstdint>
 
 namespace System
 {
-/// One attribute with both its values.
+/// One attribute with both its values: the FILE_ATTR_ bit of the public functions, and the bit of the system.
 struct sAttributePair
 {
     unsigned nOurs;
@@ -19,17 +18,15 @@ struct sAttributePair
 
 /// All attributes; bits that are not here are dropped on the way.
 constexpr sAttributePair ATTRIBUTE_PAIRS[] = {
-    {FILE_ATTR_ARCHIVE, ATTRIBUTE_ARCHIVE},     {FILE_ATTR_COMPRESSED, ATTRIBUTE_COMPRESSED},
-    {FILE_ATTR_DIRECTORY, ATTRIBUTE_DIRECTORY}, {FILE_ATTR_HIDDEN, ATTRIBUTE_HIDDEN},
-    {FILE_ATTR_NORMAL, ATTRIBUTE_NORMAL},       {FILE_ATTR_READONLY, ATTRIBUTE_READONLY},
-    {FILE_ATTR_SYSTEM, ATTRIBUTE_SYSTEM},       {FILE_ATTR_TEMPORARY, ATTRIBUTE_TEMPORARY},
+    {0x01, ATTRIBUTE_ARCHIVE}, {0x02, ATTRIBUTE_COMPRESSED}, {0x04, ATTRIBUTE_DIRECTORY}, {0x08, ATTRIBUTE_HIDDEN},
+    {0x10, ATTRIBUTE_NORMAL},  {0x20, ATTRIBUTE_READONLY},   {0x40, ATTRIBUTE_SYSTEM},    {0x80, ATTRIBUTE_TEMPORARY},
 };
 
 /// Our bits for those of the system; NO_ATTRIBUTES passes as it is.
 constexpr unsigned ToOurAttributes(std::uint32_t nSystem) noexcept
 {
     if (nSystem == NO_ATTRIBUTES)
-        return FILE_ATTR_MISSING;
+        return NO_ATTRIBUTES;
 
     unsigned nOurs = 0;
     for (const sAttributePair& oPair : ATTRIBUTE_PAIRS)
@@ -37,10 +34,10 @@ constexpr unsigned ToOurAttributes(std::uint32_t nSystem) noexcept
     return nOurs;
 }
 
-/// The system's bits for ours; FILE_ATTR_MISSING passes as it is.
+/// The system's bits for ours; 0xFFFFFFFF passes as it is.
 constexpr std::uint32_t ToSystemAttributes(unsigned nOurs) noexcept
 {
-    if (nOurs == FILE_ATTR_MISSING)
+    if (nOurs == NO_ATTRIBUTES)
         return NO_ATTRIBUTES;
 
     std::uint32_t nSystem = 0;
