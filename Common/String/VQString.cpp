@@ -8,12 +8,18 @@
 #include <cstring>
 #include <functional>
 #include <limits>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
+namespace VQStringDetail
+{
+[[noreturn]] void ThrowTooLong();
+}
+
 namespace
 {
+using VQStringDetail::ThrowTooLong;
+
 constexpr std::int32_t MAX_LENGTH = std::numeric_limits<std::int32_t>::max() - 1; // room for the terminator
 constexpr std::size_t FORMAT_SIZE = 1024;                                         // bytes, terminator included
 constexpr std::uintptr_t FIRST_POINTER = 0x10000; // anything below is the number of a localised text
@@ -22,11 +28,6 @@ constexpr unsigned char FIRST_BEYOND_ASCII = 0x80;
 
 std::atomic<bool> g_bLoadStringMissing = false;
 std::atomic<bool> g_bIsStringIdenticalMissing = false;
-
-[[noreturn]] void ThrowTooLong()
-{
-    throw std::length_error("CVQString: text of 2 GiB or more");
-}
 
 /// Finds a text, also behind zero bytes within the searched one; null when it is not there.
 const char* FindAcrossZeros(const char* pText, const char* pEnd, const char* pWanted)
