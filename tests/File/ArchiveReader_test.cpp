@@ -5,6 +5,7 @@
 
 #include <tests/support/ArchiveBytes.h>
 #include <tests/support/TestDirectory.h>
+#include <tests/support/TestPaths.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include <Common/File/VQLzrwCompressor.h>
 
 #include <tests/support/TestDirectory.h>
+#include <tests/support/TestPaths.h>
 
 #include <gtest/gtest.h>
 
@@ -113,7 +114,7 @@ const char* const GOLDEN[] = {"equal_1000",  "text_600",   "text_20000", "ramp_8
 
 std::string Golden(const std::string& oName)
 {
-    return ReadWholeFile(COMMON_TEST_SOURCE_DIR "/golden/lzrw/" + oName);
+    return ReadWholeFile(GetGoldenPath("lzrw/" + oName));
 }
 } // namespace
 

@@ -1,5 +1,7 @@
 // The floors of the house: which folder stands on which, and what may be included where.
 
+#include <tests/support/TestPaths.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -146,7 +148,7 @@ Complaints InternalIncludes(const Tree& oTree)
 
 Tree ReadTree(const std::vector<std::string>& oFolders)
 {
-    const auto oRoot = std::filesystem::path(COMMON_TEST_SOURCE_DIR).parent_path();
+    const auto oRoot = GetTestPath("").parent_path().parent_path();
     Tree oTree;
     for (const auto& sFolder : oFolders)
         for (const auto& oEntry : std::filesystem::recursive_directory_iterator(oRoot / sFolder))

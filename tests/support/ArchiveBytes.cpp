@@ -1,7 +1,5 @@
 #include <tests/support/ArchiveBytes.h>
 
-#include <tests/support/ChildProcess.h>
-
 #include <cstdio>
 
 namespace
@@ -78,11 +76,4 @@ void SetNumber(std::string& sBytes, std::size_t nPosition, std::uint32_t nNumber
 std::size_t GetEntryPosition(std::string_view sNode, std::size_t nEntry)
 {
     return GetNumber(sNode, TABLE_OFFSET_FIELD) + nEntry * ENTRY_SIZE;
-}
-
-std::filesystem::path GetGoldenPath(std::string_view sName)
-{
-    // On Windows the sources lie on the drive that the program came from.
-    const auto oDrive = std::filesystem::path(ThisProgram()).root_name();
-    return std::filesystem::path(oDrive.string() + COMMON_TEST_SOURCE_DIR) / "golden" / sName;
 }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +39,3 @@ constexpr std::size_t ENTRY_SIZE = 276;
 
 /// Where the nth entry of a node stands, in bytes from the beginning of the node.
 std::size_t GetEntryPosition(std::string_view sNode, std::size_t nEntry);
-
-/// The path of a file in tests/golden.
-std::filesystem::path GetGoldenPath(std::string_view sName);
