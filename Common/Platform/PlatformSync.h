@@ -13,7 +13,7 @@
 /// closed or never was one fails at once; on Linux it is never taken for a later object's, and closing it twice does
 /// nothing.
 ///
-/// An object may have a name, of up to 260 bytes without a backslash; "Local\" and "Global\" may stand before it. All
+/// An object may have a name, of up to 259 bytes without a backslash; "Local\" and "Global\" may stand before it. All
 /// processes of a user that create one under the same name and type share one object: all but the first ignore the
 /// initial values. Mutexes, semaphores and events share one name space, and a name that another type holds yields null.
 /// The object is gone when its last handle is closed or the last process that holds one has ended.

@@ -192,9 +192,9 @@ TEST(PlatformSyncNamed, NamesMayHoldAlmostAnything)
         sUnique + "%2F",
         sUnique + " *?<>|:\"'`$(true)",
         sUnique + "\x01\x7F\xC3\xA4\xFF",
-        sUnique + std::string(260 - sUnique.size(), 'x'),
-        sUnique + std::string(260 - sUnique.size(), '/'),
-        sUnique + std::string(259 - sUnique.size(), '/') + ".",
+        sUnique + std::string(259 - sUnique.size(), 'x'),
+        sUnique + std::string(259 - sUnique.size(), '/'),
+        sUnique + std::string(258 - sUnique.size(), '/') + ".",
     };
     std::vector<void*> oHandles;
     for (const std::string& sName : aNames)
@@ -242,8 +242,8 @@ TEST(PlatformSyncNamed, LocalIsTheUsualNameSpace)
 TEST(PlatformSyncNamed, ImpossibleNamesYieldNull)
 {
     const std::string sName = UniqueSyncName();
-    for (const std::string& sImpossible :
-         {sName + "\\" + sName, std::string("Local\\"), "Local\\" + sName + "\\x", sName + std::string(300, 'x')})
+    for (const std::string& sImpossible : {sName + "\\" + sName, std::string("Local\\"), "Local\\" + sName + "\\x",
+                                           sName + std::string(260 - sName.size(), 'x'), std::string(5000, 'x')})
     {
         EXPECT_EQ(SYNC_CreateMutex(false, sImpossible.c_str()), nullptr) << sImpossible;
         EXPECT_EQ(SYNC_CreateEvent(false, false, sImpossible.c_str()), nullptr) << sImpossible;

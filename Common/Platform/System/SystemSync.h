@@ -20,6 +20,9 @@ inline constexpr unsigned WAIT_RESULT_FAILED = 0xFFFFFFFF; // no handle of a wai
 // A wait of this length, in milliseconds, has no limit.
 inline constexpr unsigned NO_TIME_LIMIT = 0xFFFFFFFF;
 
+// Most bytes of a name.
+inline constexpr std::size_t LONGEST_OBJECT_NAME = 259;
+
 // A null or empty name makes an unnamed object. Null is returned on failure.
 void* MakeMutex(bool bOwned, const char* pName);
 void* MakeEvent(bool bManualReset, bool bSignalled, const char* pName);

@@ -40,8 +40,8 @@ struct SharedWaiter
     alignas(8) std::uint64_t nTicket; // smaller came earlier
 };
 
-constexpr std::size_t LONGEST_NAME = 260;
-constexpr std::size_t NAME_FIELD = 264;
+constexpr std::size_t NAME_FIELD = 264; // with the name space before it
+static_assert(NAME_FIELD > LONGEST_OBJECT_NAME + 2);
 constexpr std::size_t WAITER_COUNT = 128;
 
 struct SharedState
@@ -220,7 +220,7 @@ std::string CanonicalName(std::string_view sName)
     constexpr std::string_view LOCAL = "Local\\";
     constexpr std::string_view GLOBAL = "Global\\";
 
-    if (sName.size() > LONGEST_NAME)
+    if (sName.size() > LONGEST_OBJECT_NAME)
         return {};
 
     std::string sPrefix = "l-";

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstring>
 #include <new>
 #include <unordered_set>
 
@@ -48,21 +49,26 @@ const char* NameOrNone(const char* pName)
     return pName != nullptr && *pName != '\0' ? pName : nullptr;
 }
 
+// The versions of the system differ by one in what they take.
+bool IsPossible(const char* pName)
+{
+    return pName == nullptr || std::strlen(pName) <= System::LONGEST_OBJECT_NAME;
+}
 } // namespace
 
 void* System::MakeMutex(bool bOwned, const char* pName)
 {
-    return CreateMutexA(nullptr, bOwned, NameOrNone(pName));
+    return IsPossible(pName) ? CreateMutexA(nullptr, bOwned, NameOrNone(pName)) : nullptr;
 }
 
 void* System::MakeEvent(bool bManualReset, bool bSignalled, const char* pName)
 {
-    return CreateEventA(nullptr, bManualReset, bSignalled, NameOrNone(pName));
+    return IsPossible(pName) ? CreateEventA(nullptr, bManualReset, bSignalled, NameOrNone(pName)) : nullptr;
 }
 
 void* System::MakeSemaphore(int nCount, int nMaximum, const char* pName)
 {
-    return CreateSemaphoreA(nullptr, nCount, nMaximum, NameOrNone(pName));
+    return IsPossible(pName) ? CreateSemaphoreA(nullptr, nCount, nMaximum, NameOrNone(pName)) : nullptr;
 }
 
 bool System::UnlockMutex(void* hMutex)

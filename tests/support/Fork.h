@@ -1,0 +1,10 @@
+#pragma once
+
+#include <functional>
+
+/// Runs a function in a copy of this process and returns the number from 0 to 100 that it returned; -1 where the system
+/// makes no such copies or the copy ended otherwise.
+int RunInFork(const std::function<int()>& fnWork);
+
+/// Whether the system makes copies of a process.
+bool HasFork();

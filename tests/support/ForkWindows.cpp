@@ -1,0 +1,15 @@
+#if defined(_WIN32)
+
+#    include <tests/support/Fork.h>
+
+int RunInFork(const std::function<int()>&)
+{
+    return -1;
+}
+
+bool HasFork()
+{
+    return false;
+}
+
+#endif
