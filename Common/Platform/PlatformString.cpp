@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bitset>
 #include <cctype>
 #include <cerrno>
 #include <climits>
@@ -44,17 +43,18 @@ const char* OrEmpty(const char* pText) noexcept
     return pText != nullptr ? pText : "";
 }
 
+/// Tells of a byte in a text whether it is a character below 0x80, in one look that serves all rules: the byte before
+/// such a one, if it is below 0x80 as well, cannot be the beginning of a character that goes on. False means only that
+/// the rules have to be asked.
+bool IsPlainCharacter(const char* pText, const char* pPlace) noexcept
+{
+    return IsAscii(*pPlace) && (pPlace == pText || IsAscii(pPlace[-1]));
+}
+
 /// The interface takes constant texts and gives out changeable places in them, as the runtime library does.
 char* Place(const char* pPlace) noexcept
 {
     return const_cast<char*>(pPlace);
-}
-
-/// Length of a text of which at most nLimit bytes may be read.
-std::size_t LimitedLength(const char* pText, std::size_t nLimit) noexcept
-{
-    const void* pEnd = nLimit != 0 ? std::memchr(pText, '\0', nLimit) : nullptr;
-    return pEnd != nullptr ? static_cast<std::size_t>(static_cast<const char*>(pEnd) - pText) : nLimit;
 }
 
 // -------------------------------------------------------------------------------------------------- UTF-8
@@ -223,11 +223,16 @@ private:
     const char* m_pKnown;
 };
 
+// What plain text does not need is kept out of the functions that it goes through.
+
 /// Finds a text of nLength bytes where it begins and ends with whole characters.
-const char* FindWhole(TextRules eRules, const char* pText, const char* pSearched, std::size_t nLength) noexcept
+///
+/// @param pFirst  the first place where its bytes stand, or null
+[[gnu::noinline]] const char* FindWhole(TextRules eRules, const char* pText, const char* pFirst, const char* pSearched,
+                                        std::size_t nLength) noexcept
 {
     CharacterStarts oStarts(eRules, pText);
-    for (const char* p = std::strstr(pText, pSearched); p != nullptr; p = std::strstr(p + 1, pSearched))
+    for (const char* p = pFirst; p != nullptr; p = std::strstr(p + 1, pSearched))
     {
         if (!oStarts.IsStart(p))
             continue;
@@ -248,14 +253,43 @@ public:
         {
             const std::size_t nLength = CharacterLength(eRules, p);
             if (nLength == 1)
-                m_aSingle.set(Byte(*p));
+                m_aSingle[Byte(*p)] = true;
             else
                 m_bHasLonger = true;
+            m_bHasOthers = m_bHasOthers || !IsAscii(*p);
             p += nLength;
         }
     }
 
-    bool Holds(char nByte) const noexcept { return m_aSingle.test(Byte(nByte)); }
+    bool Holds(char nByte) const noexcept { return m_aSingle[Byte(nByte)]; }
+
+    /// The first character that is, or is not, in the set; else the terminator.
+    const char* Find(const char* pText, bool bInSet) const noexcept
+    {
+        if (CanGoByBytes())
+        {
+            while (*pText != '\0' && Holds(*pText) != bInSet)
+                ++pText;
+            return pText;
+        }
+
+        while (*pText != '\0')
+        {
+            const std::size_t nLength = CharacterLength(m_eRules, pText);
+            if (Holds(pText, nLength) == bInSet)
+                break;
+            pText += nLength;
+        }
+        return pText;
+    }
+
+private:
+    /// Every byte can be looked at alone: also in UTF-8, where no byte of a longer character is below 0x80. A text of
+    /// longer characters has a byte that is not in the set where it has a character that is not.
+    bool CanGoByBytes() const noexcept
+    {
+        return m_eRules == TextRules::SingleByte || (m_eRules == TextRules::Utf8 && !m_bHasOthers);
+    }
 
     bool Holds(const char* pCharacter, std::size_t nLength) const noexcept
     {
@@ -266,22 +300,23 @@ public:
 
         std::array<char, LONGEST_CHARACTER + 1> aCharacter{};
         std::copy_n(pCharacter, nLength, aCharacter.begin());
-        return FindWhole(m_eRules, m_pSet, aCharacter.data(), nLength) != nullptr;
+        const char* pFirst = std::strstr(m_pSet, aCharacter.data());
+        return FindWhole(m_eRules, m_pSet, pFirst, aCharacter.data(), nLength) != nullptr;
     }
 
-private:
     TextRules m_eRules;
     const char* m_pSet;
-    std::bitset<UCHAR_MAX + 1> m_aSingle;
+    std::array<bool, UCHAR_MAX + 1> m_aSingle{};
     bool m_bHasLonger = false;
+    bool m_bHasOthers = false; // than characters below 0x80
 };
 
-/// Bytes of the whole characters within the first nCount bytes, none of which is the terminator.
-std::size_t WholeCharacters(TextRules eRules, const char* pText, std::size_t nCount) noexcept
+/// Bytes of the whole characters within the first nCount bytes, at least one and none of which is the terminator.
+[[gnu::noinline]] std::size_t WholeCharacters(const char* pText, std::size_t nCount) noexcept
 {
-    if (nCount == 0 || eRules == TextRules::SingleByte || (eRules == TextRules::Utf8 && IsAscii(pText[nCount - 1])))
+    const TextRules eRules = SystemText::CurrentRules();
+    if (eRules == TextRules::SingleByte)
         return nCount;
-
     if (eRules == TextRules::Utf8)
     {
         std::size_t nStart = nCount - 1;
@@ -299,6 +334,16 @@ std::size_t WholeCharacters(TextRules eRules, const char* pText, std::size_t nCo
         nWhole += nLength;
     }
     return nWhole;
+}
+
+/// Bytes of a text that a copy with a limit takes: whole characters only.
+std::size_t CopiedLength(const char* pText, std::size_t nLimit) noexcept
+{
+    if (nLimit == 0)
+        return 0;
+    if (const void* pEnd = std::memchr(pText, '\0', nLimit); pEnd != nullptr)
+        return static_cast<std::size_t>(static_cast<const char*>(pEnd) - pText);
+    return IsPlainCharacter(pText, pText + nLimit - 1) ? nLimit : WholeCharacters(pText, nLimit);
 }
 
 // -------------------------------------------------------------------------------------------------- case
@@ -390,8 +435,41 @@ std::uint32_t FoldedOrder(TextRules eRules, const char* pText, std::size_t nLeng
     return nPacked;
 }
 
-int CompareFolded(TextRules eRules, const char* pFirst, const char* pSecond) noexcept
+/// Eight bytes below 0x80, with the letters A to Z turned into lower case, all at once: in each byte the highest bit
+/// tells first what is not below 'A' and not above 'Z', then moves to where the cases differ.
+std::uint64_t LowerPlainWord(std::uint64_t nWord) noexcept
 {
+    constexpr std::uint64_t EACH_BYTE = 0x0101010101010101;
+    constexpr unsigned SHIFT_TO_CASE_BIT = 2;
+
+    const std::uint64_t nFromA = nWord + EACH_BYTE * (FIRST_BEYOND_ASCII - 'A');
+    const std::uint64_t nBeyondZ = nWord + EACH_BYTE * (FIRST_BEYOND_ASCII - 'Z' - 1);
+    return nWord | ((nFromA & ~nBeyondZ & EACH_BYTE * FIRST_BEYOND_ASCII) >> SHIFT_TO_CASE_BIT);
+}
+
+/// Length of the common beginning of two texts, as far as it is quickly seen: whole words of bytes below 0x80.
+std::size_t CommonPlainWords(const char* pFirst, const char* pSecond) noexcept
+{
+    constexpr std::uint64_t BEYOND_ASCII = 0x8080808080808080;
+
+    const std::size_t nLength = std::min(std::strlen(pFirst), std::strlen(pSecond));
+    std::size_t nCommon = 0;
+    for (std::uint64_t nFirst, nSecond; nLength - nCommon >= sizeof(nFirst); nCommon += sizeof(nFirst))
+    {
+        std::memcpy(&nFirst, pFirst + nCommon, sizeof(nFirst));
+        std::memcpy(&nSecond, pSecond + nCommon, sizeof(nSecond));
+        if (((nFirst | nSecond) & BEYOND_ASCII) != 0 || LowerPlainWord(nFirst) != LowerPlainWord(nSecond))
+            break;
+    }
+    return nCommon;
+}
+
+[[gnu::noinline]] int CompareFolded(TextRules eRules, const char* pFirst, const char* pSecond) noexcept
+{
+    const std::size_t nCommon = CommonPlainWords(pFirst, pSecond);
+    pFirst += nCommon;
+    pSecond += nCommon;
+
     for (;;)
     {
         while (IsAscii(*pFirst) && IsAscii(*pSecond))
@@ -494,12 +572,10 @@ char* STR_strcpy(char* pTarget, const char* pSource)
 
 char* STR_strncpy(char* pTarget, const char* pSource, unsigned nCount)
 {
-    std::size_t nLength = LimitedLength(pSource, nCount);
-    if (nLength == nCount)
-        nLength = WholeCharacters(SystemText::CurrentRules(), pSource, nLength);
-
-    std::copy_n(pSource, nLength, pTarget);
-    std::fill_n(pTarget + nLength, nCount - nLength, '\0');
+    const std::size_t nLength = CopiedLength(pSource, nCount);
+    std::memcpy(pTarget, pSource, nLength);
+    if (nLength != nCount)
+        std::memset(pTarget + nLength, '\0', nCount - nLength);
     return pTarget;
 }
 
@@ -510,12 +586,9 @@ char* STR_strcat(char* pTarget, const char* pSource)
 
 char* STR_strncat(char* pTarget, const char* pSource, unsigned nCount)
 {
-    std::size_t nLength = LimitedLength(pSource, nCount);
-    if (nLength == nCount)
-        nLength = WholeCharacters(SystemText::CurrentRules(), pSource, nLength);
-
+    const std::size_t nLength = CopiedLength(pSource, nCount);
     char* pEnd = pTarget + std::strlen(pTarget);
-    std::copy_n(pSource, nLength, pEnd);
+    std::memcpy(pEnd, pSource, nLength);
     pEnd[nLength] = '\0';
     return pTarget;
 }
@@ -529,10 +602,19 @@ int STR_strcmp(const char* pFirst, const char* pSecond)
 
 int STR_stricmp(const char* pFirst, const char* pSecond)
 {
+    pFirst = OrEmpty(pFirst);
+    pSecond = OrEmpty(pSecond);
+
+    // In UTF-8, texts are equal when their bytes are, plain letters aside; only the order of others takes a closer
+    // look.
     const TextRules eRules = SystemText::CurrentRules();
-    if (eRules == TextRules::SingleByte)
-        return Sign(SystemText::CompareBytesIgnoringCase(OrEmpty(pFirst), OrEmpty(pSecond)));
-    return CompareFolded(eRules, OrEmpty(pFirst), OrEmpty(pSecond));
+    if (eRules != TextRules::MultiByte)
+    {
+        const int nOrder = SystemText::CompareBytesIgnoringCase(pFirst, pSecond);
+        if (nOrder == 0 || eRules == TextRules::SingleByte)
+            return Sign(nOrder);
+    }
+    return CompareFolded(eRules, pFirst, pSecond);
 }
 
 int STR_strcoll(const char* pFirst, const char* pSecond)
@@ -571,16 +653,18 @@ char* STR_strupr(char* pText)
 char* STR_strrev(char* pText)
 {
     const TextRules eRules = SystemText::CurrentRules();
-    char* pEnd = pText;
 
     // The bytes of each character are turned first, so that turning the whole text puts them right again.
-    while (*pEnd != '\0')
-    {
-        const std::size_t nLength = CharacterLength(eRules, pEnd);
-        std::reverse(pEnd, pEnd + nLength);
-        pEnd += nLength;
-    }
-    std::reverse(pText, pEnd);
+    if (eRules != TextRules::SingleByte)
+        for (char* p = pText; *p != '\0';)
+        {
+            const std::size_t nLength = CharacterLength(eRules, p);
+            if (nLength != 1)
+                std::reverse(p, p + nLength);
+            p += nLength;
+        }
+
+    std::reverse(pText, pText + std::strlen(pText));
     return pText;
 }
 
@@ -607,65 +691,80 @@ bool IsAloneEverywhere(TextRules eRules, unsigned nCharacter) noexcept
     return eRules == TextRules::SingleByte || nCharacter == 0 ||
            (eRules == TextRules::Utf8 && nCharacter < FIRST_BEYOND_ASCII);
 }
+
+[[gnu::noinline]] const char* FindCharacter(TextRules eRules, const char* pText,
+                                            const SearchedCharacter& oSearched) noexcept
+{
+    if (oSearched.nLength == 0)
+        return nullptr;
+    const char* pSearched = oSearched.aBytes.data();
+    return FindWhole(eRules, pText, std::strstr(pText, pSearched), pSearched, oSearched.nLength);
+}
 } // namespace
+
+// The searches look for bytes first. Where these are not found, and where a plain character is, the answer is the same
+// by all rules, so that most calls need not ask for them.
 
 char* STR_strchr(const char* pText, unsigned nCharacter)
 {
+    if (nCharacter < FIRST_BEYOND_ASCII)
+    {
+        const char* pFound = std::strchr(pText, static_cast<int>(nCharacter));
+        if (pFound == nullptr || IsPlainCharacter(pText, pFound))
+            return Place(pFound);
+    }
+
     const TextRules eRules = SystemText::CurrentRules();
     if (IsAloneEverywhere(eRules, nCharacter))
         return Place(std::strchr(pText, static_cast<int>(nCharacter)));
-
-    const SearchedCharacter oSearched(eRules, nCharacter);
-    return oSearched.nLength != 0 ? Place(FindWhole(eRules, pText, oSearched.aBytes.data(), oSearched.nLength))
-                                  : nullptr;
+    return Place(FindCharacter(eRules, pText, SearchedCharacter(eRules, nCharacter)));
 }
 
 char* STR_strrchr(const char* pText, unsigned nCharacter)
 {
+    if (nCharacter < FIRST_BEYOND_ASCII)
+    {
+        const char* pFound = std::strrchr(pText, static_cast<int>(nCharacter));
+        if (pFound == nullptr || IsPlainCharacter(pText, pFound))
+            return Place(pFound);
+    }
+
     const TextRules eRules = SystemText::CurrentRules();
     if (IsAloneEverywhere(eRules, nCharacter))
         return Place(std::strrchr(pText, static_cast<int>(nCharacter)));
 
     const SearchedCharacter oSearched(eRules, nCharacter);
-    if (oSearched.nLength == 0)
-        return nullptr;
-
     const char* pLast = nullptr;
-    for (const char* p = pText; p != nullptr;)
-    {
-        p = FindWhole(eRules, p, oSearched.aBytes.data(), oSearched.nLength);
-        if (p != nullptr)
-        {
-            pLast = p;
-            p += oSearched.nLength;
-        }
-    }
+    for (const char* p = FindCharacter(eRules, pText, oSearched); p != nullptr;
+         p = FindCharacter(eRules, p + oSearched.nLength, oSearched))
+        pLast = p;
     return Place(pLast);
 }
 
 char* STR_strstr(const char* pText, const char* pSearched)
 {
+    const char* pFound = std::strstr(pText, pSearched);
+    if (pFound == nullptr)
+        return nullptr;
+
     const TextRules eRules = SystemText::CurrentRules();
     if (eRules == TextRules::SingleByte)
-        return Place(std::strstr(pText, pSearched));
-    return Place(FindWhole(eRules, pText, pSearched, std::strlen(pSearched)));
+        return Place(pFound);
+    return Place(FindWhole(eRules, pText, pFound, pSearched, std::strlen(pSearched)));
 }
 
 char* STR_strpbrk(const char* pText, const char* pSet)
 {
-    const TextRules eRules = SystemText::CurrentRules();
-    if (eRules == TextRules::SingleByte)
-        return Place(std::strpbrk(pText, pSet));
+    const char* pFound = std::strpbrk(pText, pSet);
+    if (pFound == nullptr)
+        return nullptr;
 
-    const CharacterSet oSet(eRules, pSet);
-    for (const char* p = pText; *p != '\0';)
-    {
-        const std::size_t nLength = CharacterLength(eRules, p);
-        if (oSet.Holds(p, nLength))
-            return Place(p);
-        p += nLength;
-    }
-    return nullptr;
+    const TextRules eRules = SystemText::CurrentRules();
+    if (IsAloneEverywhere(eRules, Byte(*pFound)))
+        return Place(pFound);
+
+    pFound = CharacterSet(eRules, pSet).Find(pText, true);
+    return *pFound != '\0' ? Place(pFound) : nullptr;
 }
 
 char* STR_strrpbrk(const char* pText, const char* pSet)
@@ -727,27 +826,17 @@ char* STR_strtok(char* pText, const char* pDelimiters)
 
     const TextRules eRules = SystemText::CurrentRules();
     const CharacterSet oDelimiters(eRules, pDelimiters);
-    while (*p != '\0')
-    {
-        const std::size_t nLength = CharacterLength(eRules, p);
-        if (!oDelimiters.Holds(p, nLength))
-            break;
-        p += nLength;
-    }
-    if (*p == '\0')
+
+    char* pToken = Place(oDelimiters.Find(p, false));
+    if (*pToken == '\0')
         return nullptr;
 
-    char* pToken = p;
-    while (*p != '\0')
+    char* pEnd = Place(oDelimiters.Find(pToken, true));
+    if (*pEnd != '\0')
     {
-        const std::size_t nLength = CharacterLength(eRules, p);
-        if (oDelimiters.Holds(p, nLength))
-        {
-            std::memset(p, 0, nLength);
-            s_pNext = p + nLength;
-            break;
-        }
-        p += nLength;
+        const std::size_t nLength = CharacterLength(eRules, pEnd);
+        std::memset(pEnd, 0, nLength);
+        s_pNext = pEnd + nLength;
     }
     return pToken;
 }
@@ -830,37 +919,50 @@ int STR_snprintf(char* pTarget, unsigned nSize, const char* pFormat, ...)
 
 namespace
 {
-/// The last of nSize bytes of a text that has at least as many. The runtime library writes its terminator there, so
-/// the text is made once more with room for one byte more; without memory for it the terminator stays.
-char LastByte(unsigned nSize, const char* pFormat, va_list pArguments) noexcept COMMON_PRINTF_FORMAT(2, 0);
+// The runtime library always writes a terminator, so that a text is made with room for one byte more than it gets.
 
-char LastByte(unsigned nSize, const char* pFormat, va_list pArguments) noexcept
+/// Longer than any buffer that texts are usually formatted into.
+constexpr unsigned SHORT_SIZE = 1280;
+
+int FormatShort(char* pTarget, unsigned nSize, const char* pFormat, va_list pArguments) COMMON_PRINTF_FORMAT(3, 0);
+
+/// Formats aside and copies, with the terminator if there is room for it.
+int FormatShort(char* pTarget, unsigned nSize, const char* pFormat, va_list pArguments)
 {
-    std::array<char, 1280> aShort;
-    const std::size_t nRoom = std::size_t{nSize} + 1;
-    const std::unique_ptr<char[]> pLong(nRoom > aShort.size() ? new (std::nothrow) char[nRoom] : nullptr);
-    if (nRoom > aShort.size() && !pLong)
-        return '\0';
+    std::array<char, SHORT_SIZE> aText;
+    const int nLength = std::vsnprintf(aText.data(), nSize + 1, pFormat, pArguments);
+    if (nLength >= 0 && nSize != 0)
+        std::memcpy(pTarget, aText.data(), std::min(static_cast<unsigned>(nLength) + 1, nSize));
+    return nLength;
+}
 
-    char* pText = pLong ? pLong.get() : aShort.data();
-    return std::vsnprintf(pText, nRoom, pFormat, pArguments) >= 0 ? pText[nSize - 1] : '\0';
+int FormatLong(char* pTarget, unsigned nSize, const char* pFormat, va_list pArguments) COMMON_PRINTF_FORMAT(3, 0);
+
+/// Formats in place. Only where the text is too long it is made again, aside, for its one byte that is missing; when
+/// there is no memory for that, the terminator stays.
+int FormatLong(char* pTarget, unsigned nSize, const char* pFormat, va_list pArguments)
+{
+    va_list pAgain;
+    va_copy(pAgain, pArguments);
+
+    const int nLength = std::vsnprintf(pTarget, std::min<unsigned>(nSize, INT_MAX), pFormat, pArguments);
+    if (nLength >= 0 && static_cast<unsigned>(nLength) >= nSize)
+    {
+        const std::unique_ptr<char[]> pText(new (std::nothrow) char[std::size_t{nSize} + 1]);
+        if (pText && std::vsnprintf(pText.get(), std::size_t{nSize} + 1, pFormat, pAgain) >= 0)
+            pTarget[nSize - 1] = pText[nSize - 1];
+    }
+
+    va_end(pAgain);
+    return nLength;
 }
 } // namespace
 
 int STR_vsnprintf(char* pTarget, unsigned nSize, const char* pFormat, va_list pArguments)
 {
-    va_list pAgain;
-    va_copy(pAgain, pArguments);
-
-    const unsigned nUsable = std::min<unsigned>(nSize, INT_MAX);
-    const int nLength = std::vsnprintf(pTarget, nUsable, pFormat, pArguments);
+    const int nLength = nSize < SHORT_SIZE ? FormatShort(pTarget, nSize, pFormat, pArguments)
+                                           : FormatLong(pTarget, nSize, pFormat, pArguments);
     if (nLength < 0 && nSize != 0)
         *pTarget = '\0';
-
-    const bool bFull = nLength >= 0 && static_cast<unsigned>(nLength) >= nSize;
-    if (bFull && nSize != 0)
-        pTarget[nSize - 1] = LastByte(nSize, pFormat, pAgain);
-    va_end(pAgain);
-
-    return bFull && static_cast<unsigned>(nLength) > nSize ? -1 : nLength;
+    return nLength >= 0 && static_cast<unsigned>(nLength) > nSize ? -1 : nLength;
 }

@@ -57,7 +57,11 @@ TextRules SystemText::CurrentRules() noexcept
 {
     if (MB_CUR_MAX == 1)
         return TextRules::SingleByte;
-    return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0 ? TextRules::Utf8 : TextRules::MultiByte;
+
+    // "UTF-8" is the only name of an encoding that begins like this and can be a locale's.
+    const char* pEncoding = ::nl_langinfo(CODESET);
+    const bool bUtf = pEncoding[0] == 'U' && pEncoding[1] == 'T' && pEncoding[2] == 'F';
+    return bUtf ? TextRules::Utf8 : TextRules::MultiByte;
 }
 
 std::size_t SystemText::MultiByteLength(const char* pText, std::size_t nAvailable) noexcept
