@@ -54,8 +54,8 @@ constexpr std::uint64_t MAXIMUM_ARCHIVE_SIZE = std::numeric_limits<std::uint32_t
 // Files are copied through a buffer of this size; many small ones go in one write and come in one read.
 constexpr std::size_t BUFFER_SIZE = std::size_t{1} << 20;
 
-// Deeper trees are refused: no path leads to their ends.
-constexpr std::size_t MAXIMUM_DEPTH = 2048;
+// Deeper trees are refused: hardly a path leads to their ends.
+constexpr std::size_t MAXIMUM_DEPTH = 1000;
 
 // Nodes that all copies of the file system have registered; it only grows.
 std::size_t s_nRegisteredNodes = 0;

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+/// What ends a command with exit code 1: the thing it is about, and why.
+class CFailure : public std::runtime_error
+{
+public:
+    CFailure(std::string_view sWhat, std::string_view sWhy);
+};
+
+/// Writes "vqarc: WHAT: WHY" to standard error.
+void PrintError(std::string_view sText);
+
+/// Writes "vqarc: warning: TEXT" to standard error.
+void PrintWarning(std::string_view sText);
+
+/// Whether standard error is a terminal, where somebody watches.
+bool IsErrorTerminal();
+
+/// Width of the terminal in columns.
+int GetTerminalWidth();
+
+/// A name as it may be shown: on a terminal without bytes that would command it.
+std::string MakePrintable(std::string_view sName);
+
+/// Lets standard output take any bytes as they are.
+void MakeOutputBinary();
+
+/// Writes to standard output.
+///
+/// @throws CFailure  when it cannot be written
+void WriteOutput(std::string_view sBytes);
+
+/// Writes to the system what standard output still holds.
+///
+/// @throws CFailure  when it cannot be written
+void FlushOutput();
+
+/// A number of bytes as people read it: "17 B", "1.5 MiB".
+std::string FormatBytes(double dBytes);

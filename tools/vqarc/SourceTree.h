@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+/// What lies in a directory that is to be packed or compared, as a walk on disk finds it.
+struct sSourceTree
+{
+    /// Walks through a directory; links are followed, as packing does.
+    ///
+    /// @throws CFailure  for what cannot be packed: a link that leads back, something that is neither file nor
+    /// directory
+    explicit sSourceTree(const std::filesystem::path& oTop);
+
+    std::size_t m_nDirectories = 0;        ///< the directory itself included
+    std::vector<std::string> m_aFiles;     ///< paths of the files below it, with slashes
+    std::vector<std::uint64_t> m_aSizes;   ///< their bytes
+    std::vector<std::string> m_aAmbiguous; ///< paths of which another one differs in case only
+
+private:
+    void Walk(const std::filesystem::path& oDirectory, const std::string& sPath,
+              std::vector<std::filesystem::path>& aAbove);
+    void FindAmbiguous(const std::vector<std::string>& aNames, const std::string& sPath);
+};
