@@ -1,15 +1,17 @@
 #include <Common/Debug/XfsException.h>
 #include <Common/File/ExtendedFileSystem.h>
+#include <Common/File/FileBuffer.h>
 #include <Common/Platform/PlatformFile.h>
 #include <Common/Platform/PlatformString.h>
 #include <Common/Platform/System/FileHandle.h>
 #include <Common/Platform/System/SystemFile.h>
-#include <Common/String/VQPath.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <span>
+#include <string>
 #include <utility>
 
 namespace
@@ -49,21 +51,58 @@ private:
     CVQCriticalSection& m_oLock;
 };
 
-bool IsLineEnd(int nCharacter)
+bool IsLineEnd(char cCharacter)
 {
-    return nCharacter == '\r' || nCharacter == '\n';
+    return cCharacter == '\r' || cCharacter == '\n';
 }
 
-int ReadByte(std::FILE* pStream)
+// Where the first line end stands; the size of the bytes when there is none.
+std::size_t FindLineEnd(std::span<const char> aBytes)
 {
-    return pStream != nullptr ? std::getc(pStream) : EOF;
+    for (const char cLineEnd : {'\n', '\r'})
+    {
+        if (const void* const pFound = std::memchr(aBytes.data(), cLineEnd, aBytes.size()))
+            aBytes = aBytes.first(static_cast<std::size_t>(static_cast<const char*>(pFound) - aBytes.data()));
+    }
+    return aBytes.size();
 }
 
-// Puts the physical pointer where a position of the file lies.
-bool MovePointer(const sFileInfo& oInfo, std::int64_t nPosition)
+// Where a position of a file lies in its physical file.
+std::uint64_t OffsetOf(const sFileInfo& oInfo)
 {
-    return System::SeekFile(oInfo.m_nFile.load(std::memory_order_relaxed), oInfo.m_nStart + nPosition, SEEK_SET);
+    return std::uint64_t{oInfo.m_nStart} + oInfo.m_nPosition;
 }
+
+// The physical file of a slot that is in use, for the thread that uses it.
+int FileOf(const sFileInfo& oInfo)
+{
+    return oInfo.m_nFile.load(std::memory_order_relaxed);
+}
+
+/// The path of a name below a root, with backslashes: what CVQPath::Append() and MakeBackwardslashes() make of it, in
+/// one buffer for all roots. No multi-byte character holds a slash.
+class CRootedPath
+{
+public:
+    explicit CRootedPath(const char* pName) : m_sName(pName)
+    {
+        std::replace(m_sName.begin(), m_sName.end(), '/', '\\');
+    }
+
+    const char* Below(const CVQString& sRoot)
+    {
+        m_sPath.assign(~sRoot, static_cast<std::size_t>(sRoot.GetLength()));
+        std::replace(m_sPath.begin(), m_sPath.end(), '/', '\\');
+        if (m_sPath.back() != '\\')
+            m_sPath += '\\';
+        m_sPath += m_sName;
+        return m_sPath.c_str();
+    }
+
+private:
+    std::string m_sName;
+    std::string m_sPath;
+};
 } // namespace
 
 CExtendedFileSystem CExtendedFileSystem::__m_oInstance;
@@ -85,28 +124,44 @@ sFileInfo& sFileInfo::operator=(const sFileInfo& oOther)
     return *this;
 }
 
-CExtendedFileSystem::CExtendedFileSystem() : m_oRootArchive{}, m_aArchives{}, m_bSetup(false) {}
+CExtendedFileSystem::CExtendedFileSystem()
+    : m_oRootArchive{}, m_aArchives{}, m_bSetup(false), m_pBuffers(std::make_unique<CFileBuffer[]>(MAX_FILES))
+{
+}
 
 // The two locks are no part of what is copied: closing a copy's would close the original's.
 
 CExtendedFileSystem::CExtendedFileSystem(const CExtendedFileSystem& oOther)
-    : m_aRoots(oOther.m_aRoots), m_aFiles(oOther.m_aFiles), m_oRootArchive(oOther.m_oRootArchive),
-      m_aArchives(oOther.m_aArchives), m_bSetup(oOther.m_bSetup.load()), m_aCallbacks(oOther.m_aCallbacks)
+    : m_aRoots(oOther.m_aRoots), m_oRootArchive(oOther.m_oRootArchive), m_aArchives(oOther.m_aArchives),
+      m_bSetup(oOther.m_bSetup.load()), m_aCallbacks(oOther.m_aCallbacks),
+      m_pBuffers(std::make_unique<CFileBuffer[]>(MAX_FILES))
 {
+    ShareFiles(oOther);
 }
 
 CExtendedFileSystem& CExtendedFileSystem::operator=(const CExtendedFileSystem& oOther)
 {
+    if (this == &oOther)
+        return *this;
+
     m_aRoots = oOther.m_aRoots;
-    m_aFiles = oOther.m_aFiles;
     m_oRootArchive = oOther.m_oRootArchive;
     m_aArchives = oOther.m_aArchives;
     m_bSetup = oOther.m_bSetup.load();
     m_aCallbacks = oOther.m_aCallbacks;
+    ShareFiles(oOther);
     return *this;
 }
 
-CExtendedFileSystem::~CExtendedFileSystem() = default;
+CExtendedFileSystem::~CExtendedFileSystem()
+{
+    // Nobody is left to close them, but what was written shall reach them.
+    for (const sFileInfo& oInfo : m_aFiles)
+    {
+        if (FileOf(oInfo) != sFileInfo::FREE)
+            BufferOf(oInfo).Flush(FileOf(oInfo));
+    }
+}
 
 CExtendedFileSystem* CExtendedFileSystem::Instance()
 {
@@ -184,13 +239,16 @@ unsigned long CExtendedFileSystem::OpenFile(const char* pName)
         return 0;
 
     const CLockGuard oGuard(m_oLock);
-    unsigned long nHandle = ArchiveFileOpen(pName);
-    for (std::size_t i = 0; nHandle == 0 && i < m_aRoots.size(); ++i)
-        nHandle = ArchiveFileOpen(~JoinRoot(m_aRoots[i], pName));
+    if (const unsigned long nHandle = ArchiveFileOpen(pName); nHandle != 0)
+        return nHandle;
 
-    if (nHandle == 0)
-        ThrowException(ERROR_NOT_FOUND, __LINE__, SOURCE_FILE, "File not found.");
-    return nHandle;
+    CRootedPath oPath(pName);
+    for (const CVQString& sRoot : m_aRoots)
+    {
+        if (const unsigned long nHandle = ArchiveFileOpen(oPath.Below(sRoot)); nHandle != 0)
+            return nHandle;
+    }
+    ThrowException(ERROR_NOT_FOUND, __LINE__, SOURCE_FILE, "File not found.");
 }
 
 unsigned long CExtendedFileSystem::CreateFile(const char* pName)
@@ -204,9 +262,7 @@ unsigned long CExtendedFileSystem::CreateFile(const char* pName)
     if (nFile < 0)
         ThrowException(ERROR_CREATE, __LINE__, SOURCE_FILE, "Could not create file for writing.");
 
-    oInfo.m_nStart = oInfo.m_nSize = oInfo.m_nPosition = 0;
-    oInfo.m_nFile.store(nFile, std::memory_order_release);
-    return GetHandleForFile(&oInfo);
+    return OccupySlot(oInfo, nFile, true, 0, 0, 0);
 }
 
 unsigned long CExtendedFileSystem::AppendFile(const char* pName)
@@ -227,16 +283,14 @@ unsigned long CExtendedFileSystem::AppendFile(const char* pName)
         ThrowException(ERROR_APPEND, __LINE__, SOURCE_FILE, "Could not open file for appending.");
     }
 
-    oInfo.m_nStart = 0;
-    oInfo.m_nSize = oInfo.m_nPosition = static_cast<std::uint32_t>(nLength);
-    oInfo.m_nFile.store(nFile, std::memory_order_release);
-    return GetHandleForFile(&oInfo);
+    return OccupySlot(oInfo, nFile, true, 0, static_cast<std::uint32_t>(nLength), static_cast<std::uint32_t>(nLength));
 }
 
 bool CExtendedFileSystem::CloseFile(unsigned long nHandle)
 {
     sFileInfo& oInfo = RequireFile(nHandle, __LINE__);
-    FILE_Close(oInfo.m_nFile.load(std::memory_order_relaxed));
+    BufferOf(oInfo).Flush(FileOf(oInfo));
+    FILE_Close(FileOf(oInfo));
     oInfo.m_nFile.store(sFileInfo::FREE, std::memory_order_release);
     return true;
 }
@@ -252,8 +306,8 @@ unsigned long CExtendedFileSystem::ReadFile(unsigned long nHandle, void* pTarget
         return 0;
 
     const std::uint32_t nWanted = nCount < nLeft ? static_cast<std::uint32_t>(nCount) : nLeft;
-    if (FILE_Read(oInfo.m_nFile.load(std::memory_order_relaxed), pTarget, 1, nWanted) != nWanted)
-        FailRead(oInfo, __LINE__);
+    if (!BufferOf(oInfo).Read(FileOf(oInfo), OffsetOf(oInfo), pTarget, nWanted, nLeft))
+        FailRead(__LINE__);
 
     oInfo.m_nPosition += nWanted;
     return nWanted;
@@ -265,12 +319,10 @@ unsigned long CExtendedFileSystem::WriteFile(unsigned long nHandle, const void* 
         return 1;
 
     sFileInfo& oInfo = RequireFile(nHandle, __LINE__);
-    if (nCount > static_cast<std::uint64_t>(MAX_FILE_SIZE - oInfo.m_nPosition))
-        FailWrite(oInfo, __LINE__);
-
     const auto nBytes = static_cast<std::uint32_t>(nCount);
-    if (FILE_Write(oInfo.m_nFile.load(std::memory_order_relaxed), pSource, 1, nBytes) != nBytes)
-        FailWrite(oInfo, __LINE__);
+    if (nCount > static_cast<std::uint64_t>(MAX_FILE_SIZE - oInfo.m_nPosition) ||
+        !BufferOf(oInfo).Write(FileOf(oInfo), OffsetOf(oInfo), pSource, nBytes))
+        FailWrite(__LINE__);
 
     AdvanceAfterWrite(oInfo, nBytes);
     return nCount;
@@ -294,36 +346,34 @@ bool CExtendedFileSystem::ReadLine(unsigned long nHandle, char* pTarget, unsigne
     if (nSize == 0)
         ThrowException(ERROR_HANDLE, __LINE__, SOURCE_FILE, MESSAGE_HANDLE);
 
-    // The stream itself, since a byte that was looked at is put back there for nothing, and with a seek for much.
-    std::FILE* const pStream = System::GetStream(oInfo.m_nFile.load(std::memory_order_relaxed));
+    CFileBuffer& oBuffer = BufferOf(oInfo);
+    const std::uint64_t nOffset = OffsetOf(oInfo);
     const std::uint32_t nLeft = oInfo.m_nSize - oInfo.m_nPosition;
     const std::uint32_t nLimit = nSize > nLeft ? nLeft : static_cast<std::uint32_t>(nSize - 1);
 
-    std::uint32_t nRead = 0;
     std::uint32_t nLength = 0;
-    while (nLength < nLimit)
+    std::uint32_t nRead = 0;
+    while (nRead == nLength && nLength < nLimit)
     {
-        const int nNext = ReadByte(pStream);
-        if (nNext == EOF)
-            FailRead(oInfo, __LINE__);
+        const std::span<const char> aReady = oBuffer.Peek(FileOf(oInfo), nOffset + nLength, nLeft - nLength);
+        if (aReady.empty())
+            FailRead(__LINE__);
 
-        ++nRead;
-        if (IsLineEnd(nNext))
-            break;
-        pTarget[nLength++] = static_cast<char>(nNext);
+        const auto aUsable = aReady.first(std::min<std::size_t>(aReady.size(), nLimit - nLength));
+        const std::size_t nFound = FindLineEnd(aUsable);
+        std::memcpy(pTarget + nLength, aUsable.data(), nFound);
+        nLength += static_cast<std::uint32_t>(nFound);
+        nRead = nLength + (nFound < aUsable.size() ? 1U : 0U);
     }
     pTarget[nLength] = '\0';
 
+    // The byte behind it belongs to the line if it is a line end, and is left alone if it is the file's last.
     if (nLeft - nRead > 1)
     {
-        const int nNext = ReadByte(pStream);
-        if (nNext == EOF)
-            FailRead(oInfo, __LINE__);
-
-        if (IsLineEnd(nNext))
-            ++nRead;
-        else if (std::ungetc(nNext, pStream) == EOF)
-            FailRead(oInfo, __LINE__);
+        const std::span<const char> aReady = oBuffer.Peek(FileOf(oInfo), nOffset + nRead, nLeft - nRead);
+        if (aReady.empty())
+            FailRead(__LINE__);
+        nRead += IsLineEnd(aReady.front()) ? 1U : 0U;
     }
     oInfo.m_nPosition += nRead;
     return true;
@@ -331,9 +381,9 @@ bool CExtendedFileSystem::ReadLine(unsigned long nHandle, char* pTarget, unsigne
 
 bool CExtendedFileSystem::WriteLine(unsigned long nHandle, const char* pText)
 {
-    const sFileInfo& oInfo = RequireFile(nHandle, __LINE__);
+    RequireFile(nHandle, __LINE__);
     if (pText == nullptr)
-        FailWrite(oInfo, __LINE__);
+        FailWrite(__LINE__);
 
     // Written as bytes, because only their number tells whether all of the text was taken.
     const std::size_t nLength = std::strlen(pText);
@@ -360,18 +410,33 @@ bool CExtendedFileSystem::Printf(unsigned long nHandle, const char* pFormat, ...
 
 bool CExtendedFileSystem::VPrintf(unsigned long nHandle, const char* pFormat, va_list pArguments)
 {
-    sFileInfo& oInfo = RequireFile(nHandle, __LINE__);
-    const int nWritten = FILE_Vprintf(oInfo.m_nFile.load(std::memory_order_relaxed), pFormat, pArguments);
-    if (nWritten <= 0 || nWritten > MAX_FILE_SIZE - oInfo.m_nPosition)
-        FailWrite(oInfo, __LINE__);
+    RequireFile(nHandle, __LINE__);
 
-    AdvanceAfterWrite(oInfo, static_cast<std::uint32_t>(nWritten));
+    // Formatted first and written as a whole, so that a failure leaves nothing behind.
+    char aShort[1024];
+    std::string sLong;
+    const char* pText = aShort;
+    va_list pAgain;
+    va_copy(pAgain, pArguments);
+    const int nLength = std::vsnprintf(aShort, sizeof aShort, pFormat, pArguments);
+    if (nLength >= static_cast<int>(sizeof aShort))
+    {
+        sLong.resize(static_cast<std::size_t>(nLength));
+        std::vsnprintf(sLong.data(), sLong.size() + 1, pFormat, pAgain);
+        pText = sLong.c_str();
+    }
+    va_end(pAgain);
+
+    if (nLength <= 0)
+        FailWrite(__LINE__);
+    WriteFile(nHandle, pText, static_cast<unsigned long>(nLength));
     return true;
 }
 
 bool CExtendedFileSystem::Flush(unsigned long nHandle)
 {
-    return FILE_Flush(RequireFile(nHandle, __LINE__).m_nFile.load(std::memory_order_relaxed)) == 1;
+    const sFileInfo& oInfo = RequireFile(nHandle, __LINE__);
+    return BufferOf(oInfo).Flush(FileOf(oInfo)) && FILE_Flush(FileOf(oInfo)) == 1;
 }
 
 bool CExtendedFileSystem::Seek(unsigned long nHandle, unsigned long nPosition)
@@ -434,7 +499,7 @@ bool CExtendedFileSystem::FileExists(const char* pName) const
     const CLockGuard oGuard(m_oLock);
     if (oSelf.ProbeFile(pName))
         return true;
-    return !m_aRoots.empty() && oSelf.ProbeFile(~JoinRoot(m_aRoots.front(), pName));
+    return !m_aRoots.empty() && oSelf.ProbeFile(CRootedPath(pName).Below(m_aRoots.front()));
 }
 
 void CExtendedFileSystem::AddCallback(Callback pCallback, unsigned long nUserValue)
@@ -512,10 +577,12 @@ unsigned long CExtendedFileSystem::ArchiveFileOpen(const char* pPath)
     if (pInfo == nullptr)
         return 0;
 
-    switch (OpenPlainFile(pPath, *pInfo))
+    int nFile = 0;
+    std::uint32_t nSize = 0;
+    switch (OpenPlainFile(pPath, nFile, nSize))
     {
     case ePlainFile::Opened:
-        return GetHandleForFile(pInfo);
+        return OccupySlot(*pInfo, nFile, false, 0, nSize, 0);
     case ePlainFile::TooLarge:
         ThrowException(ERROR_OPEN, __LINE__, SOURCE_FILE, "Could not open file.");
     case ePlainFile::Missing:
@@ -524,9 +591,9 @@ unsigned long CExtendedFileSystem::ArchiveFileOpen(const char* pPath)
     return OpenArchiveEntry(pPath, *pInfo) ? GetHandleForFile(pInfo) : 0;
 }
 
-CExtendedFileSystem::ePlainFile CExtendedFileSystem::OpenPlainFile(const char* pPath, sFileInfo& oInfo)
+CExtendedFileSystem::ePlainFile CExtendedFileSystem::OpenPlainFile(const char* pPath, int& nFile, std::uint32_t& nSize)
 {
-    const int nFile = FILE_Open(pPath, "rb");
+    nFile = FILE_Open(pPath, "rb");
     if (nFile < 0)
         return ePlainFile::Missing;
 
@@ -536,10 +603,7 @@ CExtendedFileSystem::ePlainFile CExtendedFileSystem::OpenPlainFile(const char* p
         FILE_Close(nFile);
         return nLength < 0 ? ePlainFile::Missing : ePlainFile::TooLarge;
     }
-
-    oInfo.m_nStart = oInfo.m_nPosition = 0;
-    oInfo.m_nSize = static_cast<std::uint32_t>(nLength);
-    oInfo.m_nFile.store(nFile, std::memory_order_release);
+    nSize = static_cast<std::uint32_t>(nLength);
     return ePlainFile::Opened;
 }
 
@@ -549,18 +613,49 @@ bool CExtendedFileSystem::ProbeFile(const char* pPath)
     if (pInfo == nullptr)
         return false;
 
-    const ePlainFile ePlain = OpenPlainFile(pPath, *pInfo);
-    if (ePlain == ePlainFile::TooLarge)
+    int nFile = 0;
+    std::uint32_t nSize = 0;
+    switch (OpenPlainFile(pPath, nFile, nSize))
+    {
+    case ePlainFile::Opened:
+        FILE_Close(nFile);
         return true;
-    return (ePlain == ePlainFile::Opened || OpenArchiveEntry(pPath, *pInfo)) && CloseFile(GetHandleForFile(pInfo));
+    case ePlainFile::TooLarge:
+        return true;
+    case ePlainFile::Missing:
+        break;
+    }
+    return OpenArchiveEntry(pPath, *pInfo) && CloseFile(GetHandleForFile(pInfo));
 }
 
-CVQString CExtendedFileSystem::JoinRoot(const CVQString& sRoot, const char* pName)
+CFileBuffer& CExtendedFileSystem::BufferOf(const sFileInfo& oInfo) const
 {
-    CVQPath oPath(sRoot);
-    oPath.Append(pName);
-    oPath.MakeBackwardslashes();
-    return oPath;
+    return m_pBuffers[static_cast<std::size_t>(&oInfo - m_aFiles.data())];
+}
+
+unsigned long CExtendedFileSystem::OccupySlot(sFileInfo& oInfo, int nFile, bool bWritable, std::uint32_t nStart,
+                                              std::uint32_t nSize, std::uint32_t nPosition)
+{
+    BufferOf(oInfo).Attach(nFile, bWritable, nPosition);
+    oInfo.m_nStart = nStart;
+    oInfo.m_nSize = nSize;
+    oInfo.m_nPosition = nPosition;
+    oInfo.m_nFile.store(nFile, std::memory_order_release);
+    return GetHandleForFile(&oInfo);
+}
+
+void CExtendedFileSystem::ShareFiles(const CExtendedFileSystem& oOther)
+{
+    for (std::size_t i = 0; i < MAX_FILES; ++i)
+    {
+        const sFileInfo& oSource = oOther.m_aFiles[i];
+        if (FileOf(oSource) != sFileInfo::FREE)
+        {
+            oOther.BufferOf(oSource).Flush(FileOf(oSource));
+            m_pBuffers[i].Attach(FileOf(oSource), true, CFileBuffer::UNKNOWN);
+        }
+        m_aFiles[i] = oSource;
+    }
 }
 
 void CExtendedFileSystem::AdvanceAfterWrite(sFileInfo& oInfo, std::uint32_t nCount)
@@ -569,24 +664,23 @@ void CExtendedFileSystem::AdvanceAfterWrite(sFileInfo& oInfo, std::uint32_t nCou
     oInfo.m_nSize = std::max(oInfo.m_nSize, oInfo.m_nPosition);
 }
 
-bool CExtendedFileSystem::SeekTo(sFileInfo& oInfo, std::int64_t nTarget, unsigned long nLine)
+bool CExtendedFileSystem::SeekTo(sFileInfo& oInfo, std::int64_t nTarget, unsigned long nLine) const
 {
-    if (nTarget == OUTSIDE || !MovePointer(oInfo, nTarget))
+    if (nTarget == OUTSIDE)
         ThrowException(ERROR_SEEK, nLine, SOURCE_FILE, "Error trying to set the file pointer.");
 
+    // The physical pointer follows with the next transfer.
     oInfo.m_nPosition = static_cast<std::uint32_t>(nTarget);
     return true;
 }
 
-void CExtendedFileSystem::FailRead(const sFileInfo& oInfo, unsigned long nLine) const
+void CExtendedFileSystem::FailRead(unsigned long nLine) const
 {
-    MovePointer(oInfo, oInfo.m_nPosition);
     ThrowException(ERROR_READ, nLine, SOURCE_FILE, "Error reading from file.");
 }
 
-void CExtendedFileSystem::FailWrite(const sFileInfo& oInfo, unsigned long nLine) const
+void CExtendedFileSystem::FailWrite(unsigned long nLine) const
 {
-    MovePointer(oInfo, oInfo.m_nPosition);
     ThrowException(ERROR_WRITE, nLine, SOURCE_FILE, "Error writing to file.");
 }
 

@@ -10,7 +10,10 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdint>
+#include <memory>
 #include <vector>
+
+class CFileBuffer;
 
 /// One slot of the file system's table of open files: a view of a range of a physical file.
 ///
@@ -374,18 +377,27 @@ private:
     const sFileInfo& RequireFile(unsigned long nHandle, unsigned long nLine) const;
 
     unsigned long ArchiveFileOpen(const char* pPath);
-    static ePlainFile OpenPlainFile(const char* pPath, sFileInfo& oInfo);
+    static ePlainFile OpenPlainFile(const char* pPath, int& nFile, std::uint32_t& nSize);
     bool ProbeFile(const char* pPath);
-    static CVQString JoinRoot(const CVQString& sRoot, const char* pName);
+
+    // The buffer of a slot.
+    CFileBuffer& BufferOf(const sFileInfo& oInfo) const;
+
+    // Fills a free slot and with that makes its handle valid. The physical file was just opened and its pointer stands
+    // at nPosition.
+    unsigned long OccupySlot(sFileInfo& oInfo, int nFile, bool bWritable, std::uint32_t nStart, std::uint32_t nSize,
+                             std::uint32_t nPosition);
+
+    // Takes the open files of another file system, with buffers of its own for them.
+    void ShareFiles(const CExtendedFileSystem& oOther);
 
     static void AdvanceAfterWrite(sFileInfo& oInfo, std::uint32_t nCount);
-    bool SeekTo(sFileInfo& oInfo, std::int64_t nTarget, unsigned long nLine);
-    [[noreturn]] void FailRead(const sFileInfo& oInfo, unsigned long nLine) const;
-    [[noreturn]] void FailWrite(const sFileInfo& oInfo, unsigned long nLine) const;
+    bool SeekTo(sFileInfo& oInfo, std::int64_t nTarget, unsigned long nLine) const;
+    [[noreturn]] void FailRead(unsigned long nLine) const;
+    [[noreturn]] void FailWrite(unsigned long nLine) const;
 
-    // The archive half, ExtendedFileSystemArchive.cpp. OpenArchiveEntry() follows a path into an archive and describes
-    // the entry in a free slot, its physical file opened and standing at the entry's first byte; false when there is
-    // no such entry, and the slot is then as it was.
+    // The archive half, ExtendedFileSystemArchive.cpp. OpenArchiveEntry() follows a path into an archive and opens the
+    // entry in a free slot; false when there is no such entry, and the slot is then as it was.
     bool OpenArchiveEntry(const char* pPath, sFileInfo& oInfo);
     sArchiveInfo* RegisterArchive(sArchiveInfo* pParent, const char* pName);
     sArchiveInfo* FindArchive(sArchiveInfo* pParent, const char* pName);
@@ -412,6 +424,7 @@ private:
     std::array<sArchiveInfo, MAX_ARCHIVES> m_aArchives;
     std::atomic<bool> m_bSetup;
     std::vector<sCallback> m_aCallbacks;
+    std::unique_ptr<CFileBuffer[]> m_pBuffers; // one a slot
 };
 
 #pragma pop_macro("CreateFile")

@@ -300,17 +300,7 @@ bool CExtendedFileSystem::OpenArchiveEntry(const char* pPath, sFileInfo& oInfo)
     if (nFile == NO_FILE)
         Fail(ERROR_OPEN, __LINE__);
 
-    const std::uint32_t nStart = pArchive->m_nBase + pEntry->m_nOffset;
-    if (!System::SeekFile(nFile, nStart, SEEK_SET))
-    {
-        FILE_Close(nFile);
-        Fail(ERROR_READ, __LINE__);
-    }
-
-    oInfo.m_nStart = nStart;
-    oInfo.m_nSize = pEntry->m_nSize;
-    oInfo.m_nPosition = 0;
-    oInfo.m_nFile.store(nFile, std::memory_order_release);
+    OccupySlot(oInfo, nFile, false, pArchive->m_nBase + pEntry->m_nOffset, pEntry->m_nSize, 0);
     return true;
 }
 
