@@ -360,7 +360,7 @@ char AsciiUpper(char nByte) noexcept
 
 struct Lower
 {
-    static char OfByte(char nByte) noexcept { return static_cast<char>(std::tolower(Byte(nByte))); }
+    static char OfByte(char nByte) noexcept { return SystemText::ByteLower(nByte); }
 
     static char OfAscii(char nByte) noexcept { return AsciiLower(nByte); }
 
@@ -371,7 +371,7 @@ struct Lower
 
 struct Upper
 {
-    static char OfByte(char nByte) noexcept { return static_cast<char>(std::toupper(Byte(nByte))); }
+    static char OfByte(char nByte) noexcept { return SystemText::ByteUpper(nByte); }
 
     static char OfAscii(char nByte) noexcept { return AsciiUpper(nByte); }
 

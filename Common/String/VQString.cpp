@@ -454,7 +454,8 @@ void CVQString::Format(long nResourceId, ...)
 void CVQString::FormatV(const char* pFormat, std::va_list pArguments)
 {
     std::array<char, FORMAT_SIZE> aText;
-    STR_vsnprintf(aText.data(), FORMAT_SIZE, pFormat != nullptr ? pFormat : "", pArguments);
+    const char* pSafeFormat = pFormat != nullptr ? pFormat : "";
+    STR_vsnprintf(aText.data(), FORMAT_SIZE, pSafeFormat, pArguments);
     aText.back() = '\0'; // a text that does not fit comes without a terminator
 
     AssignCopy(GetSafeStringLength(aText.data()), aText.data());

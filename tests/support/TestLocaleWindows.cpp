@@ -21,6 +21,7 @@ int CodePageOf(eTestText eText)
     case eTestText::EucKr:
         return 949;
     case eTestText::Latin1:
+        return 1252;
     case eTestText::Turkish:
     case eTestText::EucJp:
         break;
@@ -32,14 +33,17 @@ int CodePageOf(eTestText eText)
 CTestLocale::CTestLocale(eTestText eText)
 {
     const int nCodePage = CodePageOf(eText);
-    if (nCodePage == 0)
+    if (eText == eTestText::Latin1 && std::setlocale(LC_ALL, "German_Germany.1252") == nullptr)
+        m_sWhyNot = "this runtime library does not take the locale German_Germany.1252";
+    else if (nCodePage == 0)
         m_sWhyNot = "Windows has no such multi-byte code page";
-    else if (_setmbcp(nCodePage) != 0 || _getmbcp() != nCodePage)
+    else if (_setmbcp(nCodePage) != 0)
         m_sWhyNot = "this runtime library does not take the multi-byte code page " + std::to_string(nCodePage);
 }
 
 CTestLocale::~CTestLocale()
 {
+    std::setlocale(LC_ALL, "C");
     _setmbcp(_MB_CP_SBCS);
 }
 

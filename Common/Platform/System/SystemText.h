@@ -22,6 +22,11 @@ namespace SystemText
 /// Tells the rules of the current locale. Cheap: asked on every call.
 TextRules CurrentRules() noexcept;
 
+/// The other case of a letter under TextRules::SingleByte; the same byte when there is none. In the "C" locale letters
+/// are A to Z and a to z.
+char ByteLower(char nByte) noexcept;
+char ByteUpper(char nByte) noexcept;
+
 /// Length of the first character under TextRules::MultiByte.
 ///
 /// @param pText       the character's first byte, not the terminator
@@ -42,7 +47,7 @@ char32_t UnicodeLower(char32_t nCharacter) noexcept;
 char32_t UnicodeUpper(char32_t nCharacter) noexcept;
 bool IsUnicodeSpace(char32_t nCharacter) noexcept;
 
-/// Compares two texts byte by byte without regard to the case of single-byte letters.
+/// Compares two texts byte by byte, each byte as ByteLower() gives it, as unsigned values.
 ///
 /// @return below, equal to or above 0
 int CompareBytesIgnoringCase(const char* pFirst, const char* pSecond) noexcept;

@@ -1,5 +1,6 @@
 #include <Common/Platform/System/SystemText.h>
 
+#include <cctype>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -62,6 +63,16 @@ TextRules SystemText::CurrentRules() noexcept
     const char* pEncoding = ::nl_langinfo(CODESET);
     const bool bUtf = pEncoding[0] == 'U' && pEncoding[1] == 'T' && pEncoding[2] == 'F';
     return bUtf ? TextRules::Utf8 : TextRules::MultiByte;
+}
+
+char SystemText::ByteLower(char nByte) noexcept
+{
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(nByte)));
+}
+
+char SystemText::ByteUpper(char nByte) noexcept
+{
+    return static_cast<char>(std::toupper(static_cast<unsigned char>(nByte)));
 }
 
 std::size_t SystemText::MultiByteLength(const char* pText, std::size_t nAvailable) noexcept
