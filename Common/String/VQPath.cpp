@@ -180,14 +180,13 @@ void CVQPath::StripPath()
 CVQString CVQPath::GetFileName(bool bWithExtension) const
 {
     const int nCount = GetNumPathComponents();
-    CVQString oName = GetComponent(nCount - 1, nCount);
+    std::string_view sName = ComponentView(nCount - 1, nCount);
 
-    if (!oName.IsEmpty() && IsSlash((~oName)[oName.GetLength() - 1]))
-        oName = oName.Left(static_cast<int>(oName.GetLength()) - 1);
-
-    if (const int nDot = bWithExtension ? -1 : oName.ReverseFind('.'); nDot != -1)
-        oName = oName.Left(nDot);
-    return oName;
+    if (!sName.empty() && IsSlash(sName.back()))
+        sName.remove_suffix(1);
+    if (!bWithExtension)
+        sName = sName.substr(0, sName.rfind('.')); // all of it without a dot
+    return Part(sName);
 }
 
 int CVQPath::FindExtension() const
@@ -259,7 +258,13 @@ bool CVQPath::GetNextComponent(CVQString& oComponent, long& nPosition) const
 
     if (IsSlash(sText[nStart]))
         ++nStart;
-    oComponent = Part(sText.substr(nStart, nEnd - nStart));
+    oComponent = CVQString(); // keeps its buffer
+    if (nStart < nEnd)
+    {
+        const auto nLength = static_cast<int>(nEnd - nStart);
+        sText.copy(oComponent.GetBuffer(nLength - 1), nEnd - nStart, nStart);
+        oComponent.ReleaseBuffer(nLength);
+    }
     return true;
 }
 
@@ -395,8 +400,13 @@ void CVQPath::RemoveTrailing(char cSeparator) noexcept
 /// run of them agrees, every shorter one does.
 bool CVQPath::SharesComponents(const CVQPath& oOther, int nCount) const
 {
-    CVQString oFirst = GetComponent(0, nCount);
-    CVQString oSecond = oOther.GetComponent(0, nCount);
+    const std::string_view sFirst = ComponentView(0, nCount);
+    const std::string_view sSecond = oOther.ComponentView(0, nCount);
+    if (sFirst.size() != sSecond.size() || sFirst == sSecond)
+        return sFirst.size() == sSecond.size(); // a change of case keeps the length
+
+    CVQString oFirst = Part(sFirst);
+    CVQString oSecond = oOther.Part(sSecond);
     oFirst.MakeLower();
     oSecond.MakeLower();
     return oFirst == oSecond;

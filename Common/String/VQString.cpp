@@ -8,6 +8,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -22,23 +23,82 @@ using VQStringDetail::ThrowTooLong;
 
 constexpr std::int32_t MAX_LENGTH = std::numeric_limits<std::int32_t>::max() - 1; // room for the terminator
 constexpr std::size_t FORMAT_SIZE = 1024;                                         // bytes, terminator included
-constexpr std::uintptr_t FIRST_POINTER = 0x10000; // anything below is the number of a localised text
 constexpr std::uintptr_t NO_RESOURCE = 0xFFFF;
 constexpr unsigned char FIRST_BEYOND_ASCII = 0x80;
+constexpr std::size_t REMEMBERED_MATCHES = 256;
 
 std::atomic<bool> g_bLoadStringMissing = false;
 std::atomic<bool> g_bIsStringIdenticalMissing = false;
 
-/// Finds a text, also behind zero bytes within the searched one; null when it is not there.
-const char* FindAcrossZeros(const char* pText, const char* pEnd, const char* pWanted)
+/// Gives a buffer back. Asking first is faster: most strings have none when they grow or end.
+void Release(char* pBuffer) noexcept
 {
-    while (pText < pEnd)
+    if (pBuffer != nullptr)
+        ::operator delete(pBuffer);
+}
+
+bool IsAscii(char cByte) noexcept
+{
+    return static_cast<unsigned char>(cByte) < FIRST_BEYOND_ASCII;
+}
+
+/// Tells of a byte whether it is a character of its own in every encoding: it is below 0x80, and so is the byte before
+/// it, which then begins no character that goes on. False means only that the locale has to be asked.
+bool IsPlainCharacter(const char* pText, const char* pPlace) noexcept
+{
+    return IsAscii(*pPlace) && (pPlace == pText || IsAscii(pPlace[-1]));
+}
+
+constexpr std::size_t LONG_MATCH = 16; // bytes that are compared one by one before the runtime library is asked
+constexpr std::ptrdiff_t RARE = 64;    // bytes for each place where the first byte stands but not the rest
+constexpr std::ptrdiff_t START = 256;  // bytes by which that count begins later
+
+/// Finds a text by its first byte, which is fastest where that one is rare in the other text; else it asks Library.
+///
+/// @param NextByte  (place) tells the next place of the first byte, null for none
+/// @param Library   (place) finds the text in the way of the locale; the place is the beginning or behind it
+template <class TNextByte, class TLibrary>
+const char* FindText(const char* pText, const char* pWanted, const TNextByte& NextByte, const TLibrary& Library)
+{
+    std::ptrdiff_t nAlone = 0;
+    for (const char* p = NextByte(pText); p != nullptr; p = NextByte(p + 1))
     {
-        if (const char* pFound = STR_strstr(pText, pWanted); pFound != nullptr)
-            return pFound;
-        pText += std::strlen(pText) + 1;
+        std::size_t nSame = 1;
+        while (nSame < LONG_MATCH && pWanted[nSame] != '\0' && p[nSame] == pWanted[nSame])
+            ++nSame;
+
+        const bool bPlainStart = IsPlainCharacter(pText, p);
+        if (nSame == LONG_MATCH)
+            return Library(bPlainStart ? p : pText);
+        if (pWanted[nSame] == '\0')
+            return bPlainStart && IsPlainCharacter(pText, p + nSame - 1) ? p : Library(pText);
+        if (++nAlone * RARE > p - pText + START)
+            return Library(bPlainStart ? p : pText);
     }
     return nullptr;
+}
+
+/// As STR_strstr(); the text that is looked for is not empty.
+const char* FindInText(const char* pText, const char* pWanted)
+{
+    const auto NextByte = [pWanted](const char* p) { return std::strchr(p, *pWanted); };
+    const auto Library = [pWanted](const char* p) { return STR_strstr(p, pWanted); };
+    return FindText(pText, pWanted, NextByte, Library);
+}
+
+/// The same also behind zero bytes within the text.
+const char* FindAcrossZeros(const char* pText, const char* pEnd, const char* pWanted)
+{
+    const auto NextByte = [pEnd, pWanted](const char* p)
+    { return static_cast<const char*>(std::memchr(p, *pWanted, static_cast<std::size_t>(pEnd - p))); };
+    const auto Library = [pEnd, pWanted](const char* p)
+    {
+        const char* pFound = nullptr;
+        while (p < pEnd && (pFound = STR_strstr(p, pWanted)) == nullptr)
+            p += std::strlen(p) + 1;
+        return pFound;
+    };
+    return FindText(pText, pWanted, NextByte, Library);
 }
 } // namespace
 
@@ -83,16 +143,7 @@ CVQString::CVQString(eVQStringConstructorType, const char* pFormat, ...)
 
 CVQString::~CVQString()
 {
-    delete[] m_oData.m_pData;
-}
-
-const CVQString& CVQString::operator=(const CVQString& oOther)
-{
-    if (m_oData.m_pData != oOther.m_oData.m_pData)
-        AssignCopy(oOther.m_oData.m_nLength, oOther.m_oData.m_pData);
-
-    m_oData.m_nStringId = oOther.m_oData.m_nStringId;
-    return *this;
+    Release(m_oData.m_pData);
 }
 
 const CVQString& CVQString::operator=(CVQString&& oOther)
@@ -105,53 +156,14 @@ const CVQString& CVQString::operator=(CVQString&& oOther)
     if (!bCopyWouldGrow || !bExactFit)
         return *this = std::as_const(oOther);
 
-    delete[] m_oData.m_pData;
+    Release(m_oData.m_pData);
     m_oData = std::exchange(oOther.m_oData, sStringData());
-    return *this;
-}
-
-const CVQString& CVQString::operator=(const char* pText)
-{
-    const auto nValue = reinterpret_cast<std::uintptr_t>(pText);
-    if (nValue >= FIRST_POINTER)
-    {
-        AssignCopy(GetSafeStringLength(pText), pText);
-        return *this;
-    }
-
-    Empty();
-    if (nValue != 0 && nValue != NO_RESOURCE)
-        LoadStringResource(static_cast<long>(nValue));
-    return *this;
-}
-
-const CVQString& CVQString::operator=(char cText)
-{
-    AssignCopy(1, &cText);
     return *this;
 }
 
 const CVQString& CVQString::operator=(const CVQStringId& oId)
 {
     LoadStringResource(oId.GetId());
-    return *this;
-}
-
-const CVQString& CVQString::operator+=(const CVQString& oTail)
-{
-    ConcatInPlace(oTail.m_oData.m_nLength, oTail.m_oData.m_pData);
-    return *this;
-}
-
-const CVQString& CVQString::operator+=(const char* pTail)
-{
-    ConcatInPlace(GetSafeStringLength(pTail), pTail);
-    return *this;
-}
-
-const CVQString& CVQString::operator+=(char cTail)
-{
-    ConcatInPlace(1, &cTail);
     return *this;
 }
 
@@ -223,7 +235,11 @@ int CVQString::Find(char cWanted, int nStart) const
     if (nStart >= m_oData.m_nLength)
         return -1;
 
-    return PositionOf(STR_strchr(m_oData.m_pData + nStart, static_cast<unsigned char>(cWanted)));
+    const char* pText = m_oData.m_pData + nStart;
+    const char* pFound = std::strchr(pText, cWanted);
+    if (pFound != nullptr && !IsPlainCharacter(pText, pFound))
+        pFound = STR_strchr(pText, static_cast<unsigned char>(cWanted));
+    return PositionOf(pFound);
 }
 
 int CVQString::Find(const char* pWanted, int nStart) const
@@ -232,7 +248,7 @@ int CVQString::Find(const char* pWanted, int nStart) const
     if (IsEmpty() || pWanted == nullptr || *pWanted == '\0' || nStart > m_oData.m_nLength)
         return -1;
 
-    return PositionOf(STR_strstr(m_oData.m_pData + nStart, pWanted));
+    return PositionOf(FindInText(m_oData.m_pData + nStart, pWanted));
 }
 
 int CVQString::ReverseFind(char cWanted) const
@@ -367,17 +383,23 @@ int CVQString::Replace(const char* pOld, const char* pNew)
     if (Owns(pOld) || Owns(pNew))
         return Replace(std::string(pOld).c_str(), std::string(View(pNew)).c_str());
 
+    if (nNew <= nOld && m_oData.m_nLockCount <= 1)
+        return ReplaceInPlace(pOld, nOld, pNew, nNew);
+
     const std::int32_t nLength = m_oData.m_nLength;
-    int nCount = 0;
-    for (const char *p = m_oData.m_pData, *pEnd = p + nLength; (p = FindAcrossZeros(p, pEnd, pOld)) != nullptr;)
+    std::array<std::int32_t, REMEMBERED_MATCHES> aMatches; // the first ones are not searched twice
+    std::size_t nCount = 0;
+    for (const char *p = m_oData.m_pData, *pEnd = p + nLength; (p = FindAcrossZeros(p, pEnd, pOld)) != nullptr;
+         p += nOld)
     {
-        p += nOld;
+        if (nCount < aMatches.size())
+            aMatches[nCount] = static_cast<std::int32_t>(p - m_oData.m_pData);
         ++nCount;
     }
     if (nCount == 0)
         return 0;
 
-    const std::int64_t nChanged = nLength + (std::int64_t{nNew} - nOld) * nCount;
+    const std::int64_t nChanged = nLength + (std::int64_t{nNew} - nOld) * static_cast<std::int64_t>(nCount);
     if (nChanged > MAX_LENGTH)
         ThrowTooLong();
     const auto nNewLength = static_cast<std::int32_t>(nChanged);
@@ -386,18 +408,17 @@ int CVQString::Replace(const char* pOld, const char* pNew)
     const bool bNewBuffer = nNewLength > m_oData.m_nAllocatedLength || m_oData.m_nLockCount > 1;
     const std::size_t nTextSize = static_cast<std::size_t>(nLength) + 1;
     char* pResult = bNewBuffer ? Alloc(static_cast<std::size_t>(nNewLength) + 1) : m_oData.m_pData;
-    char* pSource = m_oData.m_pData;
+    const char* pSource = m_oData.m_pData;
     if (!bNewBuffer && nNewLength > nLength)
-    {
-        pSource += nNewLength - nLength;
-        std::memmove(pSource, m_oData.m_pData, nTextSize);
-    }
+        pSource =
+            static_cast<char*>(std::memmove(m_oData.m_pData + (nNewLength - nLength), m_oData.m_pData, nTextSize));
 
+    const char* pStart = pSource;
     const char* pEnd = pSource + nLength;
     char* pTarget = pResult;
-    for (int nLeft = nCount; nLeft > 0; --nLeft)
+    for (std::size_t i = 0; i < nCount; ++i)
     {
-        char* pFound = pSource + (FindAcrossZeros(pSource, pEnd, pOld) - pSource);
+        const char* pFound = i < aMatches.size() ? pStart + aMatches[i] : FindAcrossZeros(pSource, pEnd, pOld);
         const std::ptrdiff_t nKept = pFound - pSource;
         std::memmove(pTarget, pSource, static_cast<std::size_t>(nKept));
         pTarget = std::copy_n(pNew, nNew, pTarget + nKept);
@@ -412,6 +433,30 @@ int CVQString::Replace(const char* pOld, const char* pNew)
         m_oData.m_nStringId = nStringId;
     }
     m_oData.m_nLength = nNewLength;
+    return static_cast<int>(nCount);
+}
+
+/// Replaces texts by one that is not longer, in one pass.
+int CVQString::ReplaceInPlace(const char* pOld, std::int32_t nOld, const char* pNew, std::int32_t nNew)
+{
+    const char* pEnd = m_oData.m_pData + m_oData.m_nLength;
+    const char* pSource = m_oData.m_pData;
+    char* pTarget = m_oData.m_pData;
+    int nCount = 0;
+
+    while (const char* pFound = FindAcrossZeros(pSource, pEnd, pOld))
+    {
+        const std::ptrdiff_t nKept = pFound - pSource;
+        if (pTarget != pSource)
+            std::memmove(pTarget, pSource, static_cast<std::size_t>(nKept));
+        pTarget = std::copy_n(pNew, nNew, pTarget + nKept);
+        pSource = pFound + nOld;
+        ++nCount;
+    }
+
+    if (pTarget != pSource)
+        std::memmove(pTarget, pSource, static_cast<std::size_t>(pEnd - pSource) + 1);
+    m_oData.m_nLength -= static_cast<std::int32_t>(pSource - pTarget);
     return nCount;
 }
 
@@ -537,22 +582,28 @@ bool CVQString::WasIsStringIdenticalMissing() noexcept
 
 char* CVQString::Alloc(std::size_t nSize)
 {
-    return new char[nSize];
+    return static_cast<char*>(::operator new(nSize));
 }
 
-std::int32_t CVQString::GetSafeStringLength(const char* pText)
+std::int32_t CVQString::CheckedLength(std::size_t nLength)
 {
-    const std::size_t nLength = pText != nullptr ? std::strlen(pText) : 0;
     if (nLength > static_cast<std::size_t>(MAX_LENGTH))
         ThrowTooLong();
     return static_cast<std::int32_t>(nLength);
 }
 
-std::int32_t CVQString::Sum(std::int32_t nFirst, std::int32_t nSecond)
+std::int32_t CVQString::GetSafeStringLength(const char* pText)
 {
-    if (nSecond > MAX_LENGTH - nFirst)
-        ThrowTooLong();
-    return nFirst + nSecond;
+    return CheckedLength(pText != nullptr ? std::strlen(pText) : 0);
+}
+
+/// What a pointer below FIRST_POINTER means: nothing, or the number of a localised text.
+void CVQString::AssignResource(const char* pNumber)
+{
+    const auto nNumber = reinterpret_cast<std::uintptr_t>(pNumber);
+    Empty();
+    if (nNumber != 0 && nNumber != NO_RESOURCE)
+        LoadStringResource(static_cast<long>(nNumber));
 }
 
 /// Leaves an exactly fitting buffer whose text is still to be written, or no buffer for 0. On failure nothing changes.
@@ -570,7 +621,7 @@ void CVQString::AllocBuffer(std::int32_t nLength)
 
 void CVQString::FreeBuffer() noexcept
 {
-    delete[] m_oData.m_pData;
+    Release(m_oData.m_pData);
     m_oData = sStringData();
 }
 
@@ -592,46 +643,34 @@ void CVQString::GrowBufferIfNeeded(std::int32_t nLength)
 /// Takes a text, which may be a part of the string's own. The string id stays.
 void CVQString::AssignCopy(std::int32_t nLength, const char* pText)
 {
-    if (nLength == 0)
-    {
-        m_oData.m_nLength = 0;
-        if (m_oData.m_pData != nullptr)
-            m_oData.m_pData[0] = '\0';
-        return;
-    }
-
-    const std::int32_t nStringId = m_oData.m_nStringId;
-    GrowBufferIfNeeded(nLength); // never for a part of its own text
-    std::memmove(m_oData.m_pData, pText, static_cast<std::size_t>(nLength));
-    m_oData.m_pData[nLength] = '\0';
-    m_oData.m_nLength = nLength;
-    m_oData.m_nStringId = nStringId;
-}
-
-/// Appends a text, which may be a part of the string's own. The string id stays.
-void CVQString::ConcatInPlace(std::int32_t nLength, const char* pText)
-{
-    if (nLength == 0)
-        return;
-
-    const std::int32_t nNewLength = Sum(m_oData.m_nLength, nLength);
-    if (nNewLength > m_oData.m_nAllocatedLength)
+    if (nLength > m_oData.m_nAllocatedLength) // never for a part of its own text
     {
         const std::int32_t nStringId = m_oData.m_nStringId;
-        ConcatCopy(m_oData.m_nLength, m_oData.m_pData, nLength, pText);
+        GrowBufferIfNeeded(nLength);
         m_oData.m_nStringId = nStringId;
-        return;
     }
 
-    std::memmove(m_oData.m_pData + m_oData.m_nLength, pText, static_cast<std::size_t>(nLength));
-    m_oData.m_pData[nNewLength] = '\0';
-    m_oData.m_nLength = nNewLength;
+    m_oData.m_nLength = nLength;
+    if (m_oData.m_pData == nullptr)
+        return;
+
+    if (nLength != 0)
+        std::memmove(m_oData.m_pData, pText, static_cast<std::size_t>(nLength));
+    m_oData.m_pData[nLength] = '\0';
+}
+
+/// Appends a text, which may be a part of the string's own, where there is no room for it. The string id stays.
+void CVQString::ConcatInPlace(std::int32_t nLength, const char* pText)
+{
+    const std::int32_t nStringId = m_oData.m_nStringId;
+    ConcatCopy(m_oData.m_nLength, m_oData.m_pData, nLength, pText);
+    m_oData.m_nStringId = nStringId;
 }
 
 /// Becomes two texts, one behind the other, in a buffer of exactly their size. Both may be parts of the string's own.
 void CVQString::ConcatCopy(std::int32_t nFirst, const char* pFirst, std::int32_t nSecond, const char* pSecond)
 {
-    const std::int32_t nLength = Sum(nFirst, nSecond);
+    const std::int32_t nLength = CheckedLength(static_cast<std::size_t>(nFirst) + static_cast<std::size_t>(nSecond));
     if (nLength == 0)
         return;
 

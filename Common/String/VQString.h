@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 /// What a CVQString consists of; CVQString::GetData() shows it.
@@ -84,23 +85,59 @@ public:
     virtual ~CVQString();
 
     /// Takes the other's text, and its string id in every case.
-    const CVQString& operator=(const CVQString& oOther);
+    const CVQString& operator=(const CVQString& oOther)
+    {
+        if (m_oData.m_pData != oOther.m_oData.m_pData)
+            Assign(oOther.m_oData.m_pData, static_cast<std::size_t>(oOther.m_oData.m_nLength));
+
+        m_oData.m_nStringId = oOther.m_oData.m_nStringId;
+        return *this;
+    }
+
     /// The same; the buffer of oOther may be taken where a copy would have needed a new one.
     const CVQString& operator=(CVQString&& oOther);
+
     /// Takes a text; null empties the string.
     ///
     /// A pointer below 0x10000 is no pointer but the number of a localised text, as resource numbers are often passed:
     /// the string is emptied and that text loaded, except for 0xFFFF, which only empties.
-    const CVQString& operator=(const char* pText);
+    const CVQString& operator=(const char* pText)
+    {
+        if (reinterpret_cast<std::uintptr_t>(pText) < FIRST_POINTER)
+            AssignResource(pText);
+        else
+            Assign(pText, std::strlen(pText));
+        return *this;
+    }
+
     /// Becomes the one character.
-    const CVQString& operator=(char cText);
+    const CVQString& operator=(char cText)
+    {
+        Assign(&cText, 1);
+        return *this;
+    }
+
     /// Loads a localised text: see LoadStringResource().
     const CVQString& operator=(const CVQStringId& oId);
 
-    const CVQString& operator+=(const CVQString& oTail);
+    const CVQString& operator+=(const CVQString& oTail)
+    {
+        Append(oTail.m_oData.m_pData, static_cast<std::size_t>(oTail.m_oData.m_nLength));
+        return *this;
+    }
+
     /// Appends a text; null appends nothing.
-    const CVQString& operator+=(const char* pTail);
-    const CVQString& operator+=(char cTail);
+    const CVQString& operator+=(const char* pTail)
+    {
+        Append(pTail, pTail != nullptr ? std::strlen(pTail) : 0);
+        return *this;
+    }
+
+    const CVQString& operator+=(char cTail)
+    {
+        Append(&cTail, 1);
+        return *this;
+    }
 
     /// The text, zero-terminated; null when the string never had a buffer. Valid until the string is changed.
     const char* GetString() const noexcept { return m_oData.m_pData; }
@@ -275,15 +312,48 @@ public:
 
 private:
     static constexpr std::int32_t NO_STRING_ID = -1;
+    static constexpr std::uintptr_t FIRST_POINTER = 0x10000; // anything below is the number of a localised text
 
     static std::string_view View(const char* pText) noexcept { return pText != nullptr ? pText : ""; }
 
     std::string_view View() const noexcept { return {m_oData.m_pData, static_cast<std::size_t>(m_oData.m_nLength)}; }
 
-    static char* Alloc(std::size_t nSize);
-    static std::int32_t GetSafeStringLength(const char* pText);
-    static std::int32_t Sum(std::int32_t nFirst, std::int32_t nSecond);
+    /// Takes bytes; inline for those that find room. They may be a part of the own text.
+    void Assign(const char* pText, std::size_t nLength)
+    {
+        if (nLength > static_cast<std::size_t>(m_oData.m_nAllocatedLength) || nLength == 0)
+        {
+            AssignCopy(CheckedLength(nLength), pText);
+            return;
+        }
 
+        std::memmove(m_oData.m_pData, pText, nLength);
+        m_oData.m_pData[nLength] = '\0';
+        m_oData.m_nLength = static_cast<std::int32_t>(nLength);
+    }
+
+    /// Appends bytes; inline for those that find room. They may be a part of the own text.
+    void Append(const char* pTail, std::size_t nTail)
+    {
+        if (nTail > static_cast<std::size_t>(m_oData.m_nAllocatedLength - m_oData.m_nLength))
+        {
+            ConcatInPlace(CheckedLength(nTail), pTail);
+            return;
+        }
+        if (nTail == 0)
+            return;
+
+        char* pEnd = m_oData.m_pData + m_oData.m_nLength;
+        std::memmove(pEnd, pTail, nTail);
+        pEnd[nTail] = '\0';
+        m_oData.m_nLength += static_cast<std::int32_t>(nTail);
+    }
+
+    static char* Alloc(std::size_t nSize);
+    static std::int32_t CheckedLength(std::size_t nLength);
+    static std::int32_t GetSafeStringLength(const char* pText);
+
+    void AssignResource(const char* pNumber);
     void AllocBuffer(std::int32_t nLength);
     void FreeBuffer() noexcept;
     void TakeBuffer(char* pBuffer, std::int32_t nLength) noexcept;
@@ -291,6 +361,7 @@ private:
     void AssignCopy(std::int32_t nLength, const char* pText);
     void ConcatInPlace(std::int32_t nLength, const char* pText);
     void ConcatCopy(std::int32_t nFirst, const char* pFirst, std::int32_t nSecond, const char* pSecond);
+    int ReplaceInPlace(const char* pOld, std::int32_t nOld, const char* pNew, std::int32_t nNew);
     bool Owns(const char* pText) const noexcept;
     int PositionOf(const char* pFound) const noexcept;
 

@@ -491,6 +491,26 @@ TEST(VQPath, WalksThroughItsComponents)
     }
 }
 
+TEST(VQPath, WalkUsesTheBufferOfItsComponent)
+{
+    const CVQPath oPath("long component/b//c");
+    CVQString oComponent;
+    long nPosition = 0;
+    EXPECT_TRUE(oPath.GetFirstComponent(oComponent, nPosition));
+    EXPECT_STREQ(~oComponent, "long component");
+    EXPECT_EQ(oComponent.GetData()->m_nAllocatedLength, 14);
+    EXPECT_EQ(oComponent.GetData()->m_nLockCount, 1);
+
+    EXPECT_TRUE(oPath.GetNextComponent(oComponent, nPosition));
+    EXPECT_STREQ(~oComponent, "b");
+    EXPECT_EQ(oComponent.GetLength(), 1);
+    EXPECT_EQ(oComponent.GetData()->m_nLockCount, 1);
+    EXPECT_TRUE(oPath.GetNextComponent(oComponent, nPosition));
+    EXPECT_STREQ(~oComponent, "");
+    EXPECT_TRUE(oPath.GetNextComponent(oComponent, nPosition));
+    EXPECT_STREQ(~oComponent, "c");
+}
+
 TEST(VQPath, WalkFromOutsideOfTheTextIsRefusedOrBeginsAtItsStart)
 {
     const CVQPath oPath("a/b");

@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
-#include <new>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 namespace
@@ -681,6 +682,43 @@ TEST(VQString, FindsAText)
     EXPECT_EQ(CVQString("abc").Find("c"), 2);
 }
 
+TEST(VQString, FindAgreesWithAPlainSearch)
+{
+    // texts in which the first byte of what is searched is common, and texts in which it is rare
+    std::minstd_rand oRandom(1);
+    for (const unsigned nLetters : {2U, 3U, 26U})
+    {
+        for (int nRound = 0; nRound < 300; ++nRound)
+        {
+            std::string sText(1 + oRandom() % 3000, ' ');
+            for (char& cByte : sText)
+                cByte = static_cast<char>('a' + oRandom() % nLetters);
+            std::string sWanted = sText.substr(oRandom() % sText.size(), 1 + oRandom() % 40);
+            if (nRound % 3 == 0)
+                sWanted += 'b';
+            if (nRound % 7 == 0)
+                sWanted = sText + sWanted;
+
+            const auto nStart = static_cast<int>(oRandom() % sText.size());
+            const std::size_t nFound = sText.find(sWanted, static_cast<std::size_t>(nStart));
+            ASSERT_EQ(CVQString(sText.c_str()).Find(sWanted.c_str(), nStart),
+                      nFound != std::string::npos ? static_cast<int>(nFound) : -1)
+                << sText << " " << sWanted << " " << nStart;
+        }
+    }
+}
+
+TEST(VQString, FindEndsAtAZeroByte)
+{
+    const CVQString oText = FromBytes("ab\0cd"sv);
+    EXPECT_EQ(oText.Find("cd"), -1);
+    EXPECT_EQ(oText.Find("cd", 3), 3);
+    EXPECT_EQ(oText.Find('c'), -1);
+    EXPECT_EQ(oText.Find('c', 3), 3);
+    EXPECT_EQ(oText.Find('\0'), 2);
+    EXPECT_EQ(oText.ReverseFind('c'), -1);
+}
+
 TEST(VQString, FindsTheLastCharacter)
 {
     EXPECT_EQ(CVQString("abcabc").ReverseFind('b'), 4);
@@ -1039,6 +1077,40 @@ TEST(VQString, ReplaceAgreesWithAPlainReplacement)
             }
         }
     }
+}
+
+TEST(VQString, ReplacesAnyNumberOfTimes)
+{
+    for (const int nCount : {255, 256, 257, 1000})
+    {
+        std::string sText;
+        std::string sLonger;
+        std::string sShorter;
+        for (int i = 0; i < nCount; ++i)
+        {
+            sText += "ab-";
+            sLonger += "xyz-";
+            sShorter += '-';
+        }
+        CVQString oText(sText.c_str());
+        EXPECT_EQ(oText.Replace("ab", "xyz"), nCount);
+        EXPECT_EQ(Bytes(oText), sLonger);
+
+        CVQString oRoomy = WithCapacity(sText.c_str(), 5000);
+        EXPECT_EQ(oRoomy.Replace("ab", "xyz"), nCount);
+        EXPECT_EQ(Bytes(oRoomy), sLonger);
+        EXPECT_EQ(oRoomy.Replace("xyz", ""), nCount);
+        EXPECT_EQ(Bytes(oRoomy), sShorter);
+    }
+}
+
+TEST(VQString, ReplacesBehindManyPlacesThatOnlyBeginLikeIt)
+{
+    std::string sText(500, 'a');
+    sText += "\0aab"s;
+    CVQString oText = FromBytes(sText);
+    EXPECT_EQ(oText.Replace("aab", "-"), 1);
+    EXPECT_EQ(Bytes(oText), std::string(500, 'a') + "\0-"s);
 }
 
 TEST(VQString, TrimsOnTheLeft)
@@ -1405,6 +1477,9 @@ TEST(IsolatedVQString, CharactersOfTwoBytesStayWhole)
     EXPECT_EQ(oText.FindOneOf("/\\"), 2);
     EXPECT_EQ(oText.Find("\\\x83\x5C"), 2);
     EXPECT_EQ(oText.Find("\x5C", 3), -1);
+    EXPECT_EQ(CVQString("\x95\x5C\\x").Find("\\x"), 2);
+    EXPECT_EQ(CVQString("\x95\x5Cx\\x").Find("\\x"), 3);
+    EXPECT_EQ(CVQString("a\x95\x5C").Find("a\x95"), -1);
 
     EXPECT_EQ(oText.Replace('\\', '/'), 1);
     EXPECT_STREQ(~oText, "\x95\x5C/\x83\x5C");
