@@ -10,8 +10,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <span>
+#include <utility>
 
 namespace
 {
@@ -27,20 +30,47 @@ constexpr int Answer(bool bSuccess)
 ///
 /// It is ready before any constructor runs and stays so after every destructor, so that static objects of all modules
 /// may use files. Streams that are open when the library goes are neither flushed nor closed by it.
+///
+/// Each slot keeps the buffer of its first stream for the later ones: that saves an allocation and a question to the
+/// system at each open.
 class CFileTable
 {
 public:
+    constexpr CFileTable() noexcept = default;
+
+    ~CFileTable()
+    {
+        // What is open keeps its buffer: the runtime library may flush it later.
+        for (std::size_t nSlot = 0; nSlot < m_aSlots.size(); ++nSlot)
+        {
+            if (!Take(nSlot))
+                continue;
+            std::free(std::exchange(m_aBuffers[nSlot], nullptr));
+            Release(static_cast<int>(nSlot));
+        }
+    }
+
+    CFileTable(const CFileTable&) = delete;
+    CFileTable& operator=(const CFileTable&) = delete;
+
     /// Takes the lowest free slot, or NO_FILE.
     int Reserve() noexcept
     {
         for (std::size_t nSlot = 0; nSlot < m_aSlots.size(); ++nSlot)
         {
-            std::uintptr_t nFree = FREE;
-            if (m_aSlots[nSlot].load(std::memory_order_relaxed) == FREE &&
-                m_aSlots[nSlot].compare_exchange_strong(nFree, TAKEN, std::memory_order_acquire))
+            if (Take(nSlot))
                 return static_cast<int>(nSlot);
         }
         return NO_FILE;
+    }
+
+    /// The buffer of a slot that Reserve() took; empty when there is no memory.
+    std::span<char> GetBuffer(int nFile) noexcept
+    {
+        char*& pBuffer = m_aBuffers[static_cast<std::size_t>(nFile)];
+        if (pBuffer == nullptr)
+            pBuffer = static_cast<char*>(std::malloc(BUFFER_SIZE));
+        return pBuffer != nullptr ? std::span<char>(pBuffer, BUFFER_SIZE) : std::span<char>();
     }
 
     /// Fills a slot that Reserve() took.
@@ -77,6 +107,7 @@ public:
 
 private:
     static constexpr std::size_t SLOT_COUNT = 1024;
+    static constexpr std::size_t BUFFER_SIZE = 4096;
     static constexpr std::uintptr_t FREE = 0;
     static constexpr std::uintptr_t TAKEN = 1; // no address of a stream
 
@@ -85,9 +116,17 @@ private:
         return nContent > TAKEN ? reinterpret_cast<std::FILE*>(nContent) : nullptr;
     }
 
+    bool Take(std::size_t nSlot) noexcept
+    {
+        std::uintptr_t nFree = FREE;
+        return m_aSlots[nSlot].load(std::memory_order_relaxed) == FREE &&
+               m_aSlots[nSlot].compare_exchange_strong(nFree, TAKEN, std::memory_order_acquire);
+    }
+
     std::atomic<std::uintptr_t>& Slot(int nFile) noexcept { return m_aSlots[static_cast<std::size_t>(nFile)]; }
 
     std::array<std::atomic<std::uintptr_t>, SLOT_COUNT> m_aSlots{};
+    std::array<char*, SLOT_COUNT> m_aBuffers{}; // each belongs to whoever holds its slot
 };
 
 constinit CFileTable s_oTable;
@@ -113,7 +152,7 @@ int FILE_Open(const char* pPath, const char* pMode)
     if (nFile == NO_FILE)
         return NO_FILE;
 
-    std::FILE* const pStream = System::OpenStream(pPath, pMode);
+    std::FILE* const pStream = System::OpenStream(pPath, pMode, s_oTable.GetBuffer(nFile));
     if (pStream == nullptr)
     {
         s_oTable.Release(nFile);

@@ -482,6 +482,25 @@ TEST(PlatformFile, CreatesAndDeletesTheLastNameAsItStands)
     EXPECT_FALSE(Opens("missing/file", "wb"));
 }
 
+TEST(PlatformFile, FindsWhatIsThereButNotListed)
+{
+    if (!fs::exists("/proc/thread-self/comm"))
+        GTEST_SKIP() << "this system has no directory that does not list all its names";
+
+    // Threads stand in /proc under their numbers, and only processes are listed.
+    std::string sFound;
+    std::thread(
+        [&]
+        {
+            const std::string sThread = fs::read_symlink("/proc/thread-self").filename().string();
+            for (int i = 0; i < 3; ++i)
+                EXPECT_EQ(FirstBytes("/proc/no such name"), "(closed)");
+            sFound = FirstBytes("/proc/" + sThread + "/comm");
+        })
+        .join();
+    EXPECT_EQ(sFound, FirstBytes("/proc/self/comm"));
+}
+
 TEST(PlatformFile, SeesAtOnceWhatChangedInADirectory)
 {
     const CTestDirectory oDirectory;
@@ -525,6 +544,24 @@ TEST(PlatformFile, SeesEveryChangeInALongRow)
             oDirectory.Remove(sName);
             ASSERT_EQ(FirstBytes(sAsked), "(closed)") << i;
         }
+    }
+}
+
+TEST(PlatformFile, SeesChangesAfterEveryPause)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.MakeDirectory("d");
+    for (int i = 0; i < 12; ++i)
+    {
+        // Long enough for the directory to be remembered, and for the last misses to be answered from memory.
+        const auto oQuiet = std::chrono::steady_clock::now() + std::chrono::milliseconds(25);
+        while (std::chrono::steady_clock::now() < oQuiet)
+            ASSERT_EQ(FirstBytes("d/nAME"), "(closed)") << i;
+        const std::string sName = i % 2 == 0 ? "d/nAME" : "d/Name";
+        oDirectory.Write(sName, "x");
+        ASSERT_EQ(FirstBytes("d/nAME"), "x") << i;
+        ASSERT_NE(FILE_GetFileAttributes("d/NAME"), FILE_ATTR_MISSING) << i;
+        oDirectory.Remove(sName);
     }
 }
 

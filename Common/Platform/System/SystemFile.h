@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <string>
 
 namespace System
@@ -30,9 +31,10 @@ namespace System
 /// Descriptors are not handed on to child processes where the system can tell. Mode 'x' (create, never open) works on
 /// every system.
 ///
-/// @param pMode  a mode string of fopen
-/// @return       the stream, to be closed with fclose; null on failure
-std::FILE* OpenStream(const char* pPath, const char* pMode) noexcept;
+/// @param pMode    a mode string of fopen
+/// @param aBuffer  memory for the stream to buffer in, which must outlive it; empty lets the stream take its own
+/// @return         the stream, to be closed with fclose; null on failure
+std::FILE* OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer = {}) noexcept;
 
 /// Makes a file in the current directory that no link leads anywhere else: an existing file, link or pipe of that name
 /// is removed first (a directory or a read-only file is refused), then a new file is made, never an old one opened.

@@ -6,6 +6,8 @@
 #include <Common/Platform/System/NameOrder.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -20,7 +22,11 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/fs.h>
+#include <linux/magic.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -81,10 +87,59 @@ auto Retry(TCall fnCall) noexcept
 
 // ---------------------------------------------------------------- listings of directories
 
+/// What the kind of a file system tells about the listings of its directories.
+enum class eListingTrust
+{
+    None,    // files come and go without a change of time stamps, or are there without being listed
+    Stamps,  // the listing holds as long as the time stamps
+    Complete // the same, and what is not listed in any case is not there
+};
+
+eListingTrust GetTrust(int nDirectory) noexcept
+{
+    struct statfs oSystem;
+    if (::fstatfs(nDirectory, &oSystem) != 0)
+        return eListingTrust::None;
+
+    switch (static_cast<std::uint32_t>(oSystem.f_type))
+    {
+    case PROC_SUPER_MAGIC:
+    case SYSFS_MAGIC:
+    case DEBUGFS_MAGIC:
+    case TRACEFS_MAGIC:
+    case DEVPTS_SUPER_MAGIC:
+    case CGROUP_SUPER_MAGIC:
+    case CGROUP2_SUPER_MAGIC:
+    case AUTOFS_SUPER_MAGIC:
+        return eListingTrust::None;
+
+    case EXT4_SUPER_MAGIC: // and its elders
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+    case F2FS_SUPER_MAGIC:
+    case TMPFS_MAGIC:
+    case RAMFS_MAGIC:
+    case OVERLAYFS_SUPER_MAGIC:
+    case SQUASHFS_MAGIC:
+    {
+        // A directory that ignores case by itself knows more letters than A to Z.
+        int nFlags = 0;
+        const bool bIgnoresCase = ::ioctl(nDirectory, FS_IOC_GETFLAGS, &nFlags) == 0 && (nFlags & FS_CASEFOLD_FL) != 0;
+        return bIgnoresCase ? eListingTrust::Stamps : eListingTrust::Complete;
+    }
+    default:
+        return eListingTrust::Stamps;
+    }
+}
+
 /// The names of a directory, to be found without regard to case.
 class CListing
 {
 public:
+    explicit CListing(eListingTrust eTrust) noexcept : m_eTrust(eTrust) {}
+
+    bool IsComplete() const noexcept { return m_eTrust == eListingTrust::Complete; }
+
     void Add(std::string_view sName)
     {
         m_aNames.push_back(static_cast<std::uint32_t>(m_sBytes.size()));
@@ -143,6 +198,7 @@ private:
 
     const char* NameAt(std::uint32_t nName) const noexcept { return m_sBytes.data() + m_aNames[nName]; }
 
+    eListingTrust m_eTrust;
     std::string m_sBytes;
     std::vector<std::uint32_t> m_aNames;
     std::vector<std::uint32_t> m_aIndex;
@@ -303,16 +359,17 @@ CListingPtr GetListing(const char* pDirectory, const struct stat& oStat)
         return nullptr;
 
     const sDirectoryState oState(oBefore);
-    const bool bSettled = IsSettledNow(oState);
+    const eListingTrust eTrust = GetTrust(::dirfd(pStream.get()));
+    const bool bKeep = eTrust != eListingTrust::None && IsSettledNow(oState);
 
-    const auto pListing = std::make_shared<CListing>();
+    const auto pListing = std::make_shared<CListing>(eTrust);
     while (const dirent* pEntry = ::readdir(pStream.get()))
         if (!IsDotOrDotDot(pEntry->d_name))
             pListing->Add(pEntry->d_name);
     pListing->Finish();
 
     struct stat oAfter;
-    if (bSettled && ::fstat(::dirfd(pStream.get()), &oAfter) == 0 && sDirectoryState(oAfter) == oState)
+    if (bKeep && ::fstat(::dirfd(pStream.get()), &oAfter) == 0 && sDirectoryState(oAfter) == oState)
         s_oListings.Store(oState, pListing);
     return pListing;
 }
@@ -449,6 +506,46 @@ bool FindOtherCase(std::string_view sPath, eLastName eLast, CPath& oFound)
     return oFound.Append(sPath.substr(nTargetEnd));
 }
 
+/// Guesses which directories a name will be missing from, as the first ones of a search through several are: there the
+/// listing is asked before the system. A wrong guess costs a little time and changes no answer.
+class CMissGuess
+{
+public:
+    explicit CMissGuess(std::string_view sDirectory) noexcept
+        : m_oSlot(s_aSlots[std::hash<std::string_view>()(sDirectory) % SLOT_COUNT])
+    {
+    }
+
+    bool IsMissing() const noexcept { return m_oSlot.load(std::memory_order_relaxed); }
+
+    void Learn(bool bMissing) noexcept
+    {
+        if (IsMissing() != bMissing)
+            m_oSlot.store(bMissing, std::memory_order_relaxed);
+    }
+
+private:
+    static constexpr std::size_t SLOT_COUNT = 1024;
+    static constinit inline std::array<std::atomic<bool>, SLOT_COUNT> s_aSlots{};
+
+    std::atomic<bool>& m_oSlot;
+};
+
+// Whether a listing that holds shows that nothing of this name, in any case, is in the directory.
+bool IsSurelyMissing(std::string_view sDirectory, std::string_view sName) noexcept
+{
+    if (sName.empty() || IsDotOrDotDot(sName))
+        return false;
+
+    CPath oDirectory;
+    struct stat oStat;
+    if (!oDirectory.Append(sDirectory) || !GetDirectoryStat(oDirectory, oStat))
+        return false;
+
+    const CListingPtr pListing = s_oListings.Find(sDirectoryState(oStat));
+    return pListing != nullptr && pListing->IsComplete() && pListing->Find(sName) == nullptr;
+}
+
 // Calls the system with the exact path, and when nothing is there with one that differs in case.
 template <typename TCall>
 int CallWithPath(const CPath& oPath, eLastName eLast, TCall fnCall) noexcept
@@ -459,9 +556,22 @@ int CallWithPath(const CPath& oPath, eLastName eLast, TCall fnCall) noexcept
         return -1;
     }
 
+    const auto [nLastBegin, nLastEnd] = FindLastName(oPath.View());
+    const std::string_view sDirectory = oPath.View().substr(0, nLastBegin);
+    CMissGuess oGuess(sDirectory);
+    if (eLast == eLastName::AnyCase && oGuess.IsMissing() &&
+        IsSurelyMissing(sDirectory, oPath.View().substr(nLastBegin, nLastEnd - nLastBegin)))
+    {
+        errno = ENOENT;
+        return -1;
+    }
+
     const int nResult = fnCall(oPath.Get());
     if (nResult != -1 || (errno != ENOENT && errno != ENOTDIR))
+    {
+        oGuess.Learn(false);
         return nResult;
+    }
 
     const int nError = errno;
     try
@@ -475,6 +585,7 @@ int CallWithPath(const CPath& oPath, eLastName eLast, TCall fnCall) noexcept
         errno = ENOMEM;
         return -1;
     }
+    oGuess.Learn(true);
     errno = nError;
     return -1;
 }
@@ -536,13 +647,14 @@ int OpenNow(const char* pPath, int nFlags) noexcept
 }
 
 // Makes a stream of an open descriptor, unless it is something else than a file or a device.
-std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode) noexcept
+std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<char> aBuffer = {}) noexcept
 {
     struct stat oStat;
     if (::fstat(oDescriptor.Get(), &oStat) != 0)
         return nullptr;
 
-    if (!S_ISREG(oStat.st_mode))
+    const bool bFile = S_ISREG(oStat.st_mode);
+    if (!bFile)
     {
         if (!S_ISCHR(oStat.st_mode) && !S_ISBLK(oStat.st_mode))
         {
@@ -555,8 +667,12 @@ std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode) noexcept
     }
 
     std::FILE* const pStream = ::fdopen(oDescriptor.Get(), pMode);
-    if (pStream != nullptr)
-        oDescriptor.Detach();
+    if (pStream == nullptr)
+        return nullptr;
+
+    oDescriptor.Detach();
+    if (bFile && !aBuffer.empty()) // a terminal gets a buffer of its own kind
+        ::setvbuf(pStream, aBuffer.data(), _IOFBF, aBuffer.size());
     return pStream;
 }
 
@@ -589,7 +705,7 @@ int EraseWritable(const char* pPath) noexcept
 }
 } // namespace
 
-std::FILE* System::OpenStream(const char* pPath, const char* pMode) noexcept
+std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer) noexcept
 {
     sOpenMode oMode;
     if (!oMode.Parse(pMode))
@@ -601,7 +717,7 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode) noexcept
     const eLastName eLast = (oMode.nFlags & O_CREAT) != 0 ? eLastName::AsItStands : eLastName::AnyCase;
     CDescriptor oDescriptor(
         CallWithPath(pPath, eLast, [&](const char* pExact) { return OpenNow(pExact, oMode.nFlags); }));
-    return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode) : nullptr;
+    return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode, aBuffer) : nullptr;
 }
 
 std::FILE* System::CreateStreamHere(const char* pName) noexcept

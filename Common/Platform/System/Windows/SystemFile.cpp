@@ -129,7 +129,7 @@ bool IsDeviceName(std::string_view sName) noexcept
 constexpr unsigned char TYPE_DIRECTORY = 1;
 } // namespace
 
-std::FILE* System::OpenStream(const char* pPath, const char* pMode) noexcept
+std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer) noexcept
 {
     if (pPath == nullptr || pMode == nullptr || std::strchr("rwa", pMode[0]) == nullptr || pMode[0] == '\0')
     {
@@ -138,14 +138,17 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode) noexcept
     }
 
     errno = 0;
-    std::FILE* const pStream = OpenOnce(pPath, pMode);
-    if (pStream != nullptr || (errno != EMFILE && errno != 0))
-        return pStream;
-
-    // The runtime library starts with room for 512 streams, and not every one sets errno when there is none left.
-    constexpr int MOST_STREAMS = 2048;
-    return ::_getmaxstdio() < MOST_STREAMS && ::_setmaxstdio(MOST_STREAMS) == MOST_STREAMS ? OpenOnce(pPath, pMode)
-                                                                                           : nullptr;
+    std::FILE* pStream = OpenOnce(pPath, pMode);
+    if (pStream == nullptr && (errno == EMFILE || errno == 0))
+    {
+        // The runtime library starts with room for 512 streams, and not every one sets errno when there is none left.
+        constexpr int MOST_STREAMS = 2048;
+        if (::_getmaxstdio() < MOST_STREAMS && ::_setmaxstdio(MOST_STREAMS) == MOST_STREAMS)
+            pStream = OpenOnce(pPath, pMode);
+    }
+    if (pStream != nullptr && !aBuffer.empty())
+        std::setvbuf(pStream, aBuffer.data(), _IOFBF, aBuffer.size());
+    return pStream;
 }
 
 std::FILE* System::CreateStreamHere(const char* pName) noexcept
