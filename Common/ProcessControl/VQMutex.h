@@ -52,5 +52,5 @@ private:
     void* SystemHandle() const { return reinterpret_cast<void*>(static_cast<std::uintptr_t>(m_nHandle)); }
 
     std::uint32_t m_nHandle;
-    std::uint32_t m_nReserved = 0; // copied with the handle, used by nobody
+    [[maybe_unused]] std::uint32_t m_nReserved = 0; // copied with the handle, used by nobody
 };

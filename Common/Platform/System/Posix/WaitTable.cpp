@@ -86,8 +86,13 @@ struct alignas(64) Slot
 
 static_assert(sizeof(Slot) == 64 && std::atomic<std::uint64_t>::is_always_lock_free);
 
-// Zero pages of the library's image: memory is used as far as slots are.
-constinit Slot s_aSlots[SLOT_COUNT];
+// Zero pages of the library's image, since all bytes 0 are a free slot: memory is used as far as slots are.
+alignas(Slot) unsigned char s_aSlotBytes[SLOT_COUNT * sizeof(Slot)];
+
+Slot& SlotAt(std::uint32_t nIndex)
+{
+    return reinterpret_cast<Slot*>(s_aSlotBytes)[nIndex];
+}
 
 constinit FutexLock s_oTableLock{};
 std::uint32_t s_nUsed = 0; // slots that were ever used
@@ -112,7 +117,7 @@ constexpr std::uint32_t StateIn(std::uint64_t nWord)
 
 Slot& SlotOf(std::uint32_t hObject)
 {
-    return s_aSlots[hObject & INDEX_MASK];
+    return SlotAt(hObject & INDEX_MASK);
 }
 
 // A handle of generation 0 is none; the word of a free slot would match the handle 0.
@@ -136,7 +141,7 @@ std::uint32_t TakeSlot()
         return NO_SLOT;
 
     const std::uint32_t nIndex = s_nFirstFree;
-    s_nFirstFree = s_aSlots[nIndex].nNextFree;
+    s_nFirstFree = SlotAt(nIndex).nNextFree;
     if (s_nFirstFree == NO_SLOT)
         s_nLastFree = NO_SLOT;
     --s_nResting;
@@ -147,9 +152,9 @@ void ReturnSlot(std::uint32_t nIndex)
 {
     const std::lock_guard oGuard(s_oTableLock);
 
-    s_aSlots[nIndex].nNextFree = NO_SLOT;
+    SlotAt(nIndex).nNextFree = NO_SLOT;
     if (s_nLastFree != NO_SLOT)
-        s_aSlots[s_nLastFree].nNextFree = nIndex;
+        SlotAt(s_nLastFree).nNextFree = nIndex;
     else
         s_nFirstFree = nIndex;
     s_nLastFree = nIndex;
@@ -166,7 +171,7 @@ std::uint32_t AddSlot(eKind nKind, std::uint32_t nState, Fill fnFill)
     if (nIndex == NO_SLOT)
         return 0;
 
-    Slot& oSlot = s_aSlots[nIndex];
+    Slot& oSlot = SlotAt(nIndex);
     const std::uint32_t nLast = StateIn(oSlot.nWord.load(std::memory_order_relaxed));
     const std::uint32_t nGeneration = nLast < LAST_GENERATION ? nLast + 1 : 1;
     const std::uint32_t hObject = nGeneration << INDEX_BITS | nIndex;
@@ -819,7 +824,7 @@ std::uint32_t WaitTable::CountNamed(const NamedObject* pNamed)
 {
     std::uint32_t nHandles = 0;
     for (std::uint32_t i = 0; i < s_nUsed; ++i)
-        nHandles += s_aSlots[i].pNamed == pNamed;
+        nHandles += SlotAt(i).pNamed == pNamed;
     return nHandles;
 }
 
@@ -843,7 +848,7 @@ void WaitTable::AfterForkInChild(std::uint32_t nOldNumber, std::uint32_t nNewNum
 {
     for (std::uint32_t i = 0; i < s_nUsed; ++i)
     {
-        Slot& oSlot = s_aSlots[i];
+        Slot& oSlot = SlotAt(i);
         oSlot.oLock.Reset();
         TakeQueue(oSlot);
         oSlot.nThreadNumber = 0;
