@@ -2,8 +2,6 @@
 
 #include <Common/Platform/System/SystemSync.h>
 
-#include <cstring>
-
 static_assert(sizeof(CVQCriticalSection) == sizeof(void*) + System::CRITICAL_SECTION_SIZE);
 
 CVQCriticalSection::CVQCriticalSection(unsigned long)
@@ -13,7 +11,7 @@ CVQCriticalSection::CVQCriticalSection(unsigned long)
 
 CVQCriticalSection::CVQCriticalSection(const CVQCriticalSection& oOther)
 {
-    std::memcpy(m_aStorage, oOther.m_aStorage, STORAGE_SIZE);
+    System::CopyCriticalStorage(m_aStorage, oOther.m_aStorage);
 }
 
 CVQCriticalSection& CVQCriticalSection::operator=(const CVQCriticalSection& oOther)
@@ -22,7 +20,7 @@ CVQCriticalSection& CVQCriticalSection::operator=(const CVQCriticalSection& oOth
         return *this;
 
     System::CloseCriticalSection(m_aStorage);
-    std::memcpy(m_aStorage, oOther.m_aStorage, STORAGE_SIZE);
+    System::CopyCriticalStorage(m_aStorage, oOther.m_aStorage);
     return *this;
 }
 

@@ -126,7 +126,8 @@ TEST(VQCriticalSection, CopyIsRawBytesAndItsEndDoesNoHarm)
         const auto pCopy = std::make_unique<CVQCriticalSection>(oSection);
         CVQCriticalSection oAssigned;
         oAssigned = *pCopy;
-        oAssigned = oAssigned;
+        const CVQCriticalSection& oItself = oAssigned;
+        oAssigned = oItself;
     }
     oSection.Enter();
     EXPECT_FALSE(IsOpenForOthers(oSection, 1));

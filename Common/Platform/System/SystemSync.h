@@ -48,6 +48,7 @@ bool CloseWaitable(void* hObject);
 inline constexpr std::size_t CRITICAL_SECTION_SIZE = sizeof(void*) == 4 ? 24 : 40;
 
 void OpenCriticalSection(void* pStorage);
+void CopyCriticalStorage(void* pStorage, const void* pOther); // the raw bytes, whoever is inside
 void CloseCriticalSection(void* pStorage);
 void EnterCriticalStorage(void* pStorage);
 void LeaveCriticalStorage(void* pStorage);

@@ -1,6 +1,10 @@
 #pragma once
 
 #include <linux/futex.h>
+#if __has_include(<sys/single_threaded.h>)
+#    include <sys/single_threaded.h>
+#    define COMMON_HAS_SINGLE_THREADED
+#endif
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -8,6 +12,7 @@
 #include <climits>
 #include <cstdint>
 #include <ctime>
+#include <utility>
 
 // Sleeping on a word of memory, and the small lock built on it.
 namespace System
@@ -82,6 +87,29 @@ inline void FutexWake(std::atomic<std::uint32_t>* pWord, eFutexScope nScope = eF
     syscall(SYS_futex, pWord, FUTEX_WAKE | static_cast<int>(nScope), 1, nullptr, nullptr, 0);
 }
 
+// Whether no other thread can be there: plain loads and stores are enough then.
+inline bool IsSingleThreaded()
+{
+#if defined(COMMON_HAS_SINGLE_THREADED)
+    return __libc_single_threaded != 0;
+#else
+    return false;
+#endif
+}
+
+// A compare and swap of a word that only threads of this process change.
+template <class Word>
+inline bool SwapInProcess(std::atomic<Word>& nWord, Word& nExpected, Word nNew)
+{
+    if (!IsSingleThreaded())
+        return nWord.compare_exchange_strong(nExpected, nNew, std::memory_order_acq_rel, std::memory_order_relaxed);
+
+    const Word nFound = nWord.load(std::memory_order_relaxed);
+    if (nFound == nExpected)
+        nWord.store(nNew, std::memory_order_relaxed);
+    return nFound == std::exchange(nExpected, nFound);
+}
+
 // A lock of one word for a few instructions; not recursive. All bytes 0 is a free one.
 class FutexLock
 {
@@ -89,14 +117,22 @@ public:
     void lock()
     {
         std::uint32_t nFree = FREE;
-        if (!m_nState.compare_exchange_strong(nFree, HELD, std::memory_order_acquire, std::memory_order_relaxed))
+        if (!SwapInProcess(m_nState, nFree, HELD)) [[unlikely]]
             LockSlowly();
     }
 
     void unlock()
     {
-        if (m_nState.exchange(FREE, std::memory_order_release) == HELD_WITH_SLEEPERS)
+        if (IsSingleThreaded())
+            m_nState.store(FREE, std::memory_order_relaxed);
+        else if (m_nState.exchange(FREE, std::memory_order_release) == HELD_WITH_SLEEPERS) [[unlikely]]
             FutexWake(&m_nState);
+    }
+
+    // Takes the state of another one over; no lock for anybody.
+    void CopyState(const FutexLock& oOther)
+    {
+        m_nState.store(oOther.m_nState.load(std::memory_order_relaxed), std::memory_order_relaxed);
     }
 
     // For the child of a fork: whoever held it does not exist there.

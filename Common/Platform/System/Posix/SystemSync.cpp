@@ -54,29 +54,44 @@ public:
         const std::uintptr_t nSelf = Self();
         if (m_nOwner.load(std::memory_order_relaxed) == nSelf)
         {
-            ++m_nEntered;
+            SetEntered(Entered() + 1);
             return;
         }
         m_oLock.lock();
         m_nOwner.store(nSelf, std::memory_order_relaxed);
-        m_nEntered = 1;
+        SetEntered(1);
     }
 
     // Nothing happens to a thread that is not inside.
     void Leave()
     {
-        if (m_nOwner.load(std::memory_order_relaxed) != Self() || --m_nEntered != 0)
+        if (m_nOwner.load(std::memory_order_relaxed) != Self())
             return;
-
+        if (Entered() > 1)
+        {
+            SetEntered(Entered() - 1);
+            return;
+        }
         m_nOwner.store(0, std::memory_order_relaxed);
         m_oLock.unlock();
+    }
+
+    void CopyState(const Section& oOther)
+    {
+        m_oLock.CopyState(oOther.m_oLock);
+        SetEntered(oOther.Entered());
+        m_nOwner.store(oOther.m_nOwner.load(std::memory_order_relaxed), std::memory_order_relaxed);
     }
 
 private:
     static std::uintptr_t Self();
 
+    std::uint32_t Entered() const { return m_nEntered.load(std::memory_order_relaxed); }
+
+    void SetEntered(std::uint32_t nEntered) { m_nEntered.store(nEntered, std::memory_order_relaxed); }
+
     FutexLock m_oLock;
-    std::uint32_t m_nEntered = 0;
+    std::atomic<std::uint32_t> m_nEntered{0}; // changed by the owner alone, but copies read it
     std::atomic<std::uintptr_t> m_nOwner{0};
 };
 
@@ -160,6 +175,12 @@ void OpenCriticalSection(void* pStorage)
 {
     std::memset(pStorage, 0, CRITICAL_SECTION_SIZE);
     ::new (pStorage) Section;
+}
+
+void CopyCriticalStorage(void* pStorage, const void* pOther)
+{
+    OpenCriticalSection(pStorage);
+    SectionIn(pStorage).CopyState(*std::launder(static_cast<const Section*>(pOther)));
 }
 
 // Holds nothing but its bytes.

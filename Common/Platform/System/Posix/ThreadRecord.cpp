@@ -43,6 +43,8 @@ void ThreadRecord::Register()
 {
     pthread_once(&s_oPrepared, &ThreadRecord::PrepareProcess);
     pthread_setspecific(s_nKey, this);
+    m_pOwned = m_aFirst;
+    m_nCapacity = FIRST_CAPACITY;
     m_nNumber = static_cast<std::uint32_t>(syscall(SYS_gettid));
 }
 
@@ -52,9 +54,9 @@ bool ThreadRecord::Grow()
     std::uint32_t nKept = 0;
     for (std::uint32_t i = 0; i < m_nOwned; ++i)
     {
-        const OwnedMutex oOwned = Owned()[i];
+        const OwnedMutex oOwned = m_pOwned[i];
         if (oOwned.pNamed != nullptr || WaitTable::IsMutexOf(oOwned.hMutex, m_nNumber))
-            Owned()[nKept++] = oOwned;
+            m_pOwned[nKept++] = oOwned;
     }
     m_nOwned = nKept;
     if (m_nOwned <= m_nCapacity / 2)
@@ -65,9 +67,10 @@ bool ThreadRecord::Grow()
     if (pMore == nullptr)
         return m_nOwned < m_nCapacity;
 
-    std::memcpy(pMore, Owned(), m_nOwned * sizeof(OwnedMutex));
-    std::free(m_pMore);
-    m_pMore = pMore;
+    std::memcpy(pMore, m_pOwned, m_nOwned * sizeof(OwnedMutex));
+    if (m_pOwned != m_aFirst)
+        std::free(m_pOwned);
+    m_pOwned = pMore;
     m_nCapacity = nCapacity;
     return true;
 }
@@ -76,7 +79,7 @@ void ThreadRecord::AbandonAll()
 {
     while (m_nOwned > 0)
     {
-        const OwnedMutex oOwned = Owned()[--m_nOwned];
+        const OwnedMutex oOwned = m_pOwned[--m_nOwned];
         if (oOwned.pNamed != nullptr)
             oOwned.pNamed->AbandonMutex(m_nNumber);
         else
@@ -97,9 +100,8 @@ void ThreadRecord::AtThreadEnd(void* pRecord)
         return;
     }
 
-    std::free(oThis.m_pMore);
-    oThis.m_pMore = nullptr;
-    oThis.m_nCapacity = FIRST_CAPACITY;
+    if (oThis.m_pOwned != oThis.m_aFirst)
+        std::free(oThis.m_pOwned);
     oThis.m_nNumber = 0; // a destructor that comes even later begins anew
 
     if (const std::uint32_t hThread = oThis.m_hThread; hThread != 0)
@@ -119,7 +121,7 @@ void ThreadRecord::AfterForkInChild()
     oThis.m_hThread = 0;
     for (std::uint32_t i = 0; i < oThis.m_nOwned;)
     {
-        OwnedMutex* pOwned = oThis.Owned() + i;
+        OwnedMutex* pOwned = oThis.m_pOwned + i;
         if (pOwned->pNamed != nullptr)
             oThis.Remove(pOwned); // stays with the parent
         else

@@ -34,8 +34,8 @@ public:
     {
         for (std::uint32_t i = m_nOwned; i-- > 0;)
         {
-            if (Owned()[i].hMutex == hMutex && Owned()[i].pNamed == pNamed)
-                return &Owned()[i];
+            if (m_pOwned[i].hMutex == hMutex && m_pOwned[i].pNamed == pNamed)
+                return &m_pOwned[i];
         }
         return nullptr;
     }
@@ -44,9 +44,14 @@ public:
     bool Reserve() { return m_nOwned < m_nCapacity || Grow(); }
 
     // Notes a mutex as owned once; there must be room.
-    void Add(std::uint32_t hMutex, NamedObject* pNamed) { Owned()[m_nOwned++] = {hMutex, 1, pNamed}; }
+    void Add(std::uint32_t hMutex, NamedObject* pNamed) { m_pOwned[m_nOwned++] = {hMutex, 1, pNamed}; }
 
-    void Remove(OwnedMutex* pOwned) { *pOwned = Owned()[--m_nOwned]; }
+    void Remove(OwnedMutex* pOwned)
+    {
+        --m_nOwned;
+        if (pOwned != m_pOwned + m_nOwned)
+            *pOwned = m_pOwned[m_nOwned];
+    }
 
     // A thread that this library started: its handle is signalled in the end.
     void SetHandle(std::uint32_t hThread) { m_hThread = hThread; }
@@ -60,8 +65,6 @@ private:
     static void AfterForkInChild();
     static void PrepareProcess();
 
-    OwnedMutex* Owned() { return m_pMore != nullptr ? m_pMore : m_aFirst; }
-
     void Register();
     bool Grow();
     void AbandonAll();
@@ -72,7 +75,7 @@ private:
     std::uint32_t m_hThread = 0;
     std::uint32_t m_nExitCode = 0;
     bool m_bEnding = false;
-    OwnedMutex* m_pMore = nullptr;
+    OwnedMutex* m_pOwned = nullptr; // m_aFirst, or a block of the heap
     OwnedMutex m_aFirst[FIRST_CAPACITY];
 };
 

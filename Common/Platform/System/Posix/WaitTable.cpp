@@ -257,8 +257,7 @@ bool ChangeState(Slot& oSlot, std::uint32_t hObject, Change fnChange)
     {
         if (HandleIn(nWord) != hObject)
             return false;
-    } while (!oSlot.nWord.compare_exchange_weak(nWord, Pack(hObject, fnChange(StateIn(nWord))),
-                                                std::memory_order_acq_rel, std::memory_order_relaxed));
+    } while (!SwapInProcess(oSlot.nWord, nWord, Pack(hObject, fnChange(StateIn(nWord)))));
     return true;
 }
 
@@ -301,8 +300,7 @@ eTry TryMutex(Slot& oSlot, std::uint32_t hMutex, std::uint32_t nThread)
         if ((nState & MUTEX_OWNER) != 0)
             return eTry::Busy;
 
-        if (oSlot.nWord.compare_exchange_weak(nWord, Pack(hMutex, (nState & HAS_WAITERS) | nThread),
-                                              std::memory_order_acq_rel, std::memory_order_relaxed))
+        if (SwapInProcess(oSlot.nWord, nWord, Pack(hMutex, (nState & HAS_WAITERS) | nThread)))
             return (nState & MUTEX_ABANDONED) != 0 ? eTry::GotAbandoned : eTry::Got;
     }
 }
@@ -319,10 +317,12 @@ eTry TryEvent(Slot& oSlot, std::uint32_t hEvent)
         if ((nState & EVENT_SIGNALLED) == 0)
             return eTry::Busy;
         if ((nState & EVENT_MANUAL_RESET) != 0)
-            return eTry::Got;
+        {
+            // The signal may have been seen by a swap that failed.
+            return HandleIn(oSlot.nWord.load(std::memory_order_acquire)) == hEvent ? eTry::Got : eTry::Stale;
+        }
 
-        if (oSlot.nWord.compare_exchange_weak(nWord, Pack(hEvent, nState & ~EVENT_SIGNALLED), std::memory_order_acq_rel,
-                                              std::memory_order_acquire))
+        if (SwapInProcess(oSlot.nWord, nWord, Pack(hEvent, nState & ~EVENT_SIGNALLED)))
             return eTry::Got;
     }
 }
@@ -338,8 +338,7 @@ eTry TrySemaphore(Slot& oSlot, std::uint32_t hSemaphore)
         if ((nState & SEMAPHORE_UNITS) == 0)
             return eTry::Busy;
 
-        if (oSlot.nWord.compare_exchange_weak(nWord, Pack(hSemaphore, nState - 1), std::memory_order_acq_rel,
-                                              std::memory_order_relaxed))
+        if (SwapInProcess(oSlot.nWord, nWord, Pack(hSemaphore, nState - 1)))
             return eTry::Got;
     }
 }
@@ -405,28 +404,39 @@ unsigned WaitInQueue(Slot& oSlot, std::uint32_t hObject, std::uint32_t nMillisec
     }
 }
 
-unsigned WaitForMutex(std::uint32_t hMutex, std::uint32_t nMilliseconds)
+[[gnu::noinline]] unsigned WaitForTakenMutex(std::uint32_t hMutex, std::uint32_t nMilliseconds, ThreadRecord& oThread)
 {
     Slot& oSlot = SlotOf(hMutex);
-    ThreadRecord& oThread = ThreadRecord::This();
-    if (!oThread.Reserve())
-        return WAIT_RESULT_FAILED;
-
-    eTry nTry = TryMutex(oSlot, hMutex, oThread.Number());
-    if (nTry == eTry::Busy && WaitTable::IsMutexOf(hMutex, oThread.Number()))
+    if (WaitTable::IsMutexOf(hMutex, oThread.Number()))
     {
         ++oThread.Find(hMutex, nullptr)->nCount;
         return WAIT_RESULT_SIGNALLED;
     }
 
-    unsigned nResult = ResultOf(nTry);
-    if (nTry == eTry::Busy && nMilliseconds != 0)
+    unsigned nResult = ResultOf(TryMutex(oSlot, hMutex, oThread.Number()));
+    if (nResult == WAIT_RESULT_TIME_OUT && nMilliseconds != 0)
         nResult = WaitInQueue(oSlot, hMutex, nMilliseconds, oThread.Number(),
                               [&] { return TryMutex(oSlot, hMutex, oThread.Number()); });
 
     if (nResult == WAIT_RESULT_SIGNALLED || nResult == WAIT_RESULT_ABANDONED)
         oThread.Add(hMutex, nullptr);
     return nResult;
+}
+
+inline unsigned WaitForMutex(std::uint32_t hMutex, std::uint32_t nMilliseconds)
+{
+    ThreadRecord& oThread = ThreadRecord::This();
+    if (!oThread.Reserve()) [[unlikely]]
+        return WAIT_RESULT_FAILED;
+
+    // Free, and nobody waits: the usual case.
+    std::uint64_t nFree = Pack(hMutex, 0);
+    if (SwapInProcess(SlotOf(hMutex).nWord, nFree, Pack(hMutex, oThread.Number()))) [[likely]]
+    {
+        oThread.Add(hMutex, nullptr);
+        return WAIT_RESULT_SIGNALLED;
+    }
+    return WaitForTakenMutex(hMutex, nMilliseconds, oThread);
 }
 
 unsigned WaitForEvent(std::uint32_t hEvent, std::uint32_t nMilliseconds)
@@ -453,15 +463,10 @@ unsigned WaitForSemaphore(std::uint32_t hSemaphore, std::uint32_t nMilliseconds)
 // Making an object available
 // ---------------------------------------------------------------------------------------------------------------------
 
-// nLeft is what the mutex becomes: free, or abandoned.
-bool FreeMutex(std::uint32_t hMutex, std::uint32_t nThread, std::uint32_t nLeft)
+[[gnu::noinline]] bool FreeMutexWithWaiters(std::uint32_t hMutex, std::uint32_t nThread, std::uint32_t nLeft)
 {
     Slot& oSlot = SlotOf(hMutex);
-    std::uint64_t nWord = Pack(hMutex, nThread);
-    if (oSlot.nWord.compare_exchange_strong(nWord, Pack(hMutex, nLeft), std::memory_order_acq_rel,
-                                            std::memory_order_relaxed))
-        return true;
-    if (nWord != Pack(hMutex, nThread | HAS_WAITERS))
+    if (!WaitTable::IsMutexOf(hMutex, nThread))
         return false;
 
     std::atomic<std::uint32_t>* pWoken = nullptr;
@@ -479,6 +484,15 @@ bool FreeMutex(std::uint32_t hMutex, std::uint32_t nThread, std::uint32_t nLeft)
     if (pWoken != nullptr)
         FutexWake(pWoken);
     return true;
+}
+
+// nLeft is what the mutex becomes: free, or abandoned.
+inline bool FreeMutex(std::uint32_t hMutex, std::uint32_t nThread, std::uint32_t nLeft)
+{
+    std::uint64_t nWord = Pack(hMutex, nThread);
+    if (SwapInProcess(SlotOf(hMutex).nWord, nWord, Pack(hMutex, nLeft))) [[likely]]
+        return true;
+    return FreeMutexWithWaiters(hMutex, nThread, nLeft);
 }
 
 // Signals with waiters: an event that resets itself passes the signal to one of them.
@@ -525,8 +539,7 @@ bool Signal(std::uint32_t hEvent)
         if ((nState & HAS_WAITERS) != 0)
             return SignalWaiters(oSlot, hEvent);
 
-        if (oSlot.nWord.compare_exchange_weak(nWord, Pack(hEvent, nState | EVENT_SIGNALLED), std::memory_order_acq_rel,
-                                              std::memory_order_relaxed))
+        if (SwapInProcess(oSlot.nWord, nWord, Pack(hEvent, nState | EVENT_SIGNALLED)))
             return true;
     }
 }
@@ -564,6 +577,27 @@ public:
 private:
     NamedObject* m_pNamed = nullptr;
 };
+
+[[gnu::noinline]] unsigned WaitForOther(std::uint32_t hObject, eKind nKind, std::uint32_t nMilliseconds)
+{
+    switch (nKind)
+    {
+    case eKind::Event:
+    case eKind::Thread:
+        return WaitForEvent(hObject, nMilliseconds);
+    case eKind::Semaphore:
+        return WaitForSemaphore(hObject, nMilliseconds);
+    default:
+        const NamedUse oNamed(hObject);
+        return oNamed ? oNamed->Wait(nMilliseconds) : WAIT_RESULT_FAILED;
+    }
+}
+
+[[gnu::noinline]] bool UnlockNamedMutex(std::uint32_t hMutex)
+{
+    const NamedUse oNamed(hMutex);
+    return oNamed && oNamed->UnlockMutex();
+}
 
 // Holds a thread's slot, if the handle is one of a thread.
 class ThreadSlot
@@ -634,37 +668,21 @@ std::uint32_t WaitTable::AddNamed(NamedObject* pNamed)
 
 unsigned WaitTable::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
 {
-    if (!IsPossible(hObject))
+    if (!IsPossible(hObject)) [[unlikely]]
         return WAIT_RESULT_FAILED;
 
-    switch (SlotOf(hObject).nKind.load(std::memory_order_relaxed))
-    {
-    case eKind::Mutex:
+    const eKind nKind = SlotOf(hObject).nKind.load(std::memory_order_relaxed);
+    if (nKind == eKind::Mutex)
         return WaitForMutex(hObject, nMilliseconds);
-    case eKind::Event:
-    case eKind::Thread:
-        return WaitForEvent(hObject, nMilliseconds);
-    case eKind::Semaphore:
-        return WaitForSemaphore(hObject, nMilliseconds);
-    case eKind::Named:
-        if (const NamedUse oNamed(hObject); oNamed)
-            return oNamed->Wait(nMilliseconds);
-        return WAIT_RESULT_FAILED;
-    default:
-        return WAIT_RESULT_FAILED;
-    }
+    return WaitForOther(hObject, nKind, nMilliseconds);
 }
 
 bool WaitTable::UnlockMutex(std::uint32_t hMutex)
 {
-    if (const NamedUse oNamed(hMutex); oNamed)
-        return oNamed->UnlockMutex();
-
     ThreadRecord& oThread = ThreadRecord::This();
     OwnedMutex* pOwned = oThread.Find(hMutex, nullptr);
-    if (pOwned == nullptr)
-        return false;
-
+    if (pOwned == nullptr) [[unlikely]]
+        return UnlockNamedMutex(hMutex);
     if (pOwned->nCount > 1 && IsMutexOf(hMutex, oThread.Number()))
     {
         --pOwned->nCount;
@@ -738,8 +756,7 @@ bool WaitTable::Close(std::uint32_t hObject)
         {
             if (HandleIn(nWord) != hObject)
                 return false;
-        } while (!oSlot.nWord.compare_exchange_weak(nWord, Pack(0, hObject >> INDEX_BITS), std::memory_order_acq_rel,
-                                                    std::memory_order_relaxed));
+        } while (!SwapInProcess(oSlot.nWord, nWord, Pack(0, hObject >> INDEX_BITS)));
 
         bMutex = oSlot.nKind.load(std::memory_order_relaxed) == eKind::Mutex;
         pNamed = std::exchange(oSlot.pNamed, nullptr);

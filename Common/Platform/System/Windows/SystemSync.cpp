@@ -115,6 +115,11 @@ void System::OpenCriticalSection(void* pStorage)
     Opened().Add(pStorage);
 }
 
+void System::CopyCriticalStorage(void* pStorage, const void* pOther)
+{
+    std::memcpy(pStorage, pOther, CRITICAL_SECTION_SIZE);
+}
+
 void System::CloseCriticalSection(void* pStorage)
 {
     if (Opened().Remove(pStorage))
