@@ -568,7 +568,7 @@ TEST(PlatformFile, SeesChangesAfterEveryPause)
 TEST(PlatformFile, LooksThroughManyDirectories)
 {
     const CTestDirectory oDirectory;
-    constexpr int DIRECTORY_COUNT = 600; // more than are remembered
+    constexpr int DIRECTORY_COUNT = 530; // more than are remembered
     for (int i = 0; i < DIRECTORY_COUNT; ++i)
         oDirectory.Write("Dir" + std::to_string(i) + "/File", std::to_string(i));
     for (int nRound = 0; nRound < 2; ++nRound)
