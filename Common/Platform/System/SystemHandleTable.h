@@ -18,6 +18,9 @@ namespace System
 template <class TTraits>
 class CHandleTable
 {
+private:
+    struct sSlot;
+
 public:
     using Content = typename TTraits::Content;
 
@@ -49,7 +52,7 @@ public:
 
     private:
         friend class CHandleTable;
-        typename CHandleTable::sSlot* m_pSlot;
+        sSlot* m_pSlot;
     };
 
     // Takes a content and gives it a handle above 0; 0 when the table is full, and the content is then the caller's.
