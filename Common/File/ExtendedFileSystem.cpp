@@ -238,17 +238,10 @@ unsigned long CExtendedFileSystem::OpenFile(const char* pName)
     if (pName == nullptr)
         return 0;
 
-    const CLockGuard oGuard(m_oLock);
-    if (const unsigned long nHandle = ArchiveFileOpen(pName); nHandle != 0)
-        return nHandle;
-
-    CRootedPath oPath(pName);
-    for (const CVQString& sRoot : m_aRoots)
-    {
-        if (const unsigned long nHandle = ArchiveFileOpen(oPath.Below(sRoot)); nHandle != 0)
-            return nHandle;
-    }
-    ThrowException(ERROR_NOT_FOUND, __LINE__, SOURCE_FILE, "File not found.");
+    const unsigned long nHandle = SearchFile(pName);
+    if (nHandle == 0)
+        ThrowException(ERROR_NOT_FOUND, __LINE__, SOURCE_FILE, "File not found.");
+    return nHandle;
 }
 
 unsigned long CExtendedFileSystem::CreateFile(const char* pName)
@@ -258,7 +251,8 @@ unsigned long CExtendedFileSystem::CreateFile(const char* pName)
 
     const CLockGuard oGuard(m_oLock);
     sFileInfo& oInfo = RequireFreeSlot();
-    const int nFile = FILE_Open(pName, "wb");
+    std::int64_t nLength = 0;
+    const int nFile = System::OpenUnbuffered(pName, "wb", nLength);
     if (nFile < 0)
         ThrowException(ERROR_CREATE, __LINE__, SOURCE_FILE, "Could not create file for writing.");
 
@@ -272,11 +266,12 @@ unsigned long CExtendedFileSystem::AppendFile(const char* pName)
 
     const CLockGuard oGuard(m_oLock);
     sFileInfo& oInfo = RequireFreeSlot();
-    const int nFile = FILE_Open(pName, "ab");
+    std::int64_t nLength = 0;
+    const int nFile = System::OpenUnbuffered(pName, "ab", nLength);
     if (nFile < 0)
         ThrowException(ERROR_APPEND, __LINE__, SOURCE_FILE, "Could not open file for appending.");
 
-    const std::int64_t nLength = System::SeekFile(nFile, 0, SEEK_END) ? System::TellFile(nFile) : -1;
+    nLength = System::SeekFile(nFile, 0, SEEK_END) ? System::TellFile(nFile) : -1;
     if (nLength < 0 || nLength > MAX_FILE_SIZE)
     {
         FILE_Close(nFile);
@@ -571,6 +566,21 @@ const sFileInfo& CExtendedFileSystem::RequireFile(unsigned long nHandle, unsigne
     return *GetFileForHandle(nHandle);
 }
 
+unsigned long CExtendedFileSystem::SearchFile(const char* pName)
+{
+    const CLockGuard oGuard(m_oLock);
+    if (const unsigned long nHandle = ArchiveFileOpen(pName); nHandle != 0)
+        return nHandle;
+
+    CRootedPath oPath(pName);
+    for (const CVQString& sRoot : m_aRoots)
+    {
+        if (const unsigned long nHandle = ArchiveFileOpen(oPath.Below(sRoot)); nHandle != 0)
+            return nHandle;
+    }
+    return 0;
+}
+
 unsigned long CExtendedFileSystem::ArchiveFileOpen(const char* pPath)
 {
     sFileInfo* const pInfo = pPath != nullptr ? AllocFileInfo() : nullptr;
@@ -593,11 +603,11 @@ unsigned long CExtendedFileSystem::ArchiveFileOpen(const char* pPath)
 
 CExtendedFileSystem::ePlainFile CExtendedFileSystem::OpenPlainFile(const char* pPath, int& nFile, std::uint32_t& nSize)
 {
-    nFile = FILE_Open(pPath, "rb");
+    std::int64_t nLength = 0;
+    nFile = System::OpenUnbuffered(pPath, "rb", nLength);
     if (nFile < 0)
         return ePlainFile::Missing;
 
-    const std::int64_t nLength = System::GetFileLength(nFile);
     if (nLength < 0 || nLength > MAX_FILE_SIZE)
     {
         FILE_Close(nFile);
@@ -636,7 +646,7 @@ CFileBuffer& CExtendedFileSystem::BufferOf(const sFileInfo& oInfo) const
 unsigned long CExtendedFileSystem::OccupySlot(sFileInfo& oInfo, int nFile, bool bWritable, std::uint32_t nStart,
                                               std::uint32_t nSize, std::uint32_t nPosition)
 {
-    BufferOf(oInfo).Attach(nFile, bWritable, nPosition);
+    BufferOf(oInfo).Attach(bWritable, nPosition);
     oInfo.m_nStart = nStart;
     oInfo.m_nSize = nSize;
     oInfo.m_nPosition = nPosition;
@@ -652,7 +662,7 @@ void CExtendedFileSystem::ShareFiles(const CExtendedFileSystem& oOther)
         if (FileOf(oSource) != sFileInfo::FREE)
         {
             oOther.BufferOf(oSource).Flush(FileOf(oSource));
-            m_pBuffers[i].Attach(FileOf(oSource), true, CFileBuffer::UNKNOWN);
+            m_pBuffers[i].Attach(true, CFileBuffer::UNKNOWN);
         }
         m_aFiles[i] = oSource;
     }

@@ -376,6 +376,8 @@ private:
     sFileInfo& RequireFile(unsigned long nHandle, unsigned long nLine);
     const sFileInfo& RequireFile(unsigned long nHandle, unsigned long nLine) const;
 
+    // The name as it stands, then below each root; 0 when it is nowhere.
+    unsigned long SearchFile(const char* pName);
     unsigned long ArchiveFileOpen(const char* pPath);
     static ePlainFile OpenPlainFile(const char* pPath, int& nFile, std::uint32_t& nSize);
     bool ProbeFile(const char* pPath);

@@ -296,7 +296,8 @@ bool CExtendedFileSystem::OpenArchiveEntry(const char* pPath, sFileInfo& oInfo)
         return false;
 
     Require(CArchiveReader::CheckEntry(pArchive->m_oHeader, *pEntry), __LINE__);
-    const int nFile = FILE_Open(pArchive->m_pPhysicalPath, "rb");
+    std::int64_t nArchiveLength = 0;
+    const int nFile = System::OpenUnbuffered(pArchive->m_pPhysicalPath, "rb", nArchiveLength);
     if (nFile == NO_FILE)
         Fail(ERROR_OPEN, __LINE__);
 

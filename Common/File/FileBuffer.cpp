@@ -6,9 +6,8 @@
 #include <cstdio>
 #include <new>
 
-void CFileBuffer::Attach(int nFile, bool bWritable, std::uint64_t nPointer) noexcept
+void CFileBuffer::Attach(bool bWritable, std::uint64_t nPointer) noexcept
 {
-    std::setvbuf(System::GetStream(nFile), nullptr, _IONBF, 0);
     m_nPointer = nPointer;
     m_nReadable = m_nDirty = 0;
     m_bWritable = bWritable;

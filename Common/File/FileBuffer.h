@@ -12,7 +12,7 @@
 /// The bytes of one open file on their way.
 ///
 /// Offsets count from the start of the physical file. It knows where the physical pointer stands and moves it only when
-/// a transfer needs it elsewhere, so a seek costs nothing. The stream below has no buffer of its own, and large
+/// a transfer needs it elsewhere, so a seek costs nothing. The stream below must not buffer by itself, and large
 /// transfers go straight between the caller's memory and the system.
 ///
 /// It keeps its memory from file to file. A file that is closed must be flushed before; it belongs to one thread at a
@@ -23,11 +23,11 @@ public:
     /// No place of the physical pointer.
     static constexpr std::uint64_t UNKNOWN = std::numeric_limits<std::uint64_t>::max();
 
-    /// Starts with a file that was just opened; the stream gives its own buffer up.
+    /// Starts with a file that was just opened.
     ///
     /// @param bWritable  whether Write() is allowed
     /// @param nPointer   where the physical pointer stands, UNKNOWN when that is not known
-    void Attach(int nFile, bool bWritable, std::uint64_t nPointer) noexcept;
+    void Attach(bool bWritable, std::uint64_t nPointer) noexcept;
 
     /// Reads nCount bytes.
     ///

@@ -287,6 +287,24 @@ int FILE_SetFileAttributes(const char* pPath, unsigned nAttributes)
     return System::SetAttributes(pPath, System::ToSystemAttributes(nAttributes)) ? 1 : 0;
 }
 
+int System::OpenUnbuffered(const char* pPath, const char* pMode, std::int64_t& nLength) noexcept
+{
+    const int nFile = s_oTable.Reserve();
+    if (nFile == NO_FILE)
+        return NO_FILE;
+
+    std::FILE* const pStream = OpenStream(pPath, pMode, {}, &nLength);
+    if (pStream == nullptr)
+    {
+        s_oTable.Release(nFile);
+        return NO_FILE;
+    }
+
+    std::setvbuf(pStream, nullptr, _IONBF, 0);
+    s_oTable.Store(nFile, pStream);
+    return nFile;
+}
+
 int System::AdoptStream(std::FILE* pStream) noexcept
 {
     if (pStream == nullptr)

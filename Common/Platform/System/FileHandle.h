@@ -11,6 +11,12 @@
 
 namespace System
 {
+/// FILE_Open() for who buffers by himself: what is read and written goes straight to the system.
+///
+/// @param nLength  takes the length of the file; -1 when it has none
+/// @return         the handle; -1 when the file does not open or the table is full
+int OpenUnbuffered(const char* pPath, const char* pMode, std::int64_t& nLength) noexcept;
+
 /// Gives a stream a handle, the lowest free one. The handle owns the stream from then on.
 ///
 /// @return the handle; -1 when the stream is null or the table full, and then the stream is closed

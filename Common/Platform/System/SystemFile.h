@@ -33,8 +33,10 @@ namespace System
 ///
 /// @param pMode    a mode string of fopen
 /// @param aBuffer  memory for the stream to buffer in, which must outlive it; empty lets the stream take its own
+/// @param pLength  takes the length of the file at that moment, which then costs no question of its own; may be null
 /// @return         the stream, to be closed with fclose; null on failure
-std::FILE* OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer = {}) noexcept;
+std::FILE* OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer = {},
+                      std::int64_t* pLength = nullptr) noexcept;
 
 /// Makes a file in the current directory that no link leads anywhere else: an existing file, link or pipe of that name
 /// is removed first (a directory or a read-only file is refused), then a new file is made, never an old one opened.

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <string_view>
@@ -457,7 +458,9 @@ bool GetDirectoryStat(const CPath& oPath, struct stat& oStat) noexcept
 }
 
 // Looks for a path that differs from a missing one in case alone.
-bool FindOtherCase(std::string_view sPath, eLastName eLast, CPath& oFound)
+//
+// nStuck takes where the component begins that was looked for last: in vain, when the result is false.
+bool FindOtherCase(std::string_view sPath, eLastName eLast, CPath& oFound, std::size_t& nStuck)
 {
     const auto [nLastBegin, nLastEnd] = FindLastName(sPath);
     const std::size_t nTargetEnd = eLast == eLastName::AnyCase ? nLastEnd : nLastBegin;
@@ -481,6 +484,7 @@ bool FindOtherCase(std::string_view sPath, eLastName eLast, CPath& oFound)
 
     while (nKnown < nTargetEnd)
     {
+        nStuck = nKnown;
         const std::size_t nEnd = std::min(sPath.find('/', nKnown), nTargetEnd);
         const std::size_t nNext = std::min(sPath.find_first_not_of('/', nEnd), nTargetEnd);
         const std::string_view sName = sPath.substr(nKnown, nEnd - nKnown);
@@ -506,29 +510,34 @@ bool FindOtherCase(std::string_view sPath, eLastName eLast, CPath& oFound)
     return oFound.Append(sPath.substr(nTargetEnd));
 }
 
-/// Guesses which directories a name will be missing from, as the first ones of a search through several are: there the
-/// listing is asked before the system. A wrong guess costs a little time and changes no answer.
+/// Guesses which directories a name will be missing from, as the first ones of a search through several are, and which
+/// component on the way will be the missing one: the listing that should hold it is asked before the system. A wrong
+/// guess costs a little time and changes no answer.
 class CMissGuess
 {
 public:
+    /// The guess that nothing is missing.
+    static constexpr std::size_t NONE = std::numeric_limits<std::uint16_t>::max();
+
     explicit CMissGuess(std::string_view sDirectory) noexcept
         : m_oSlot(s_aSlots[std::hash<std::string_view>()(sDirectory) % SLOT_COUNT])
     {
     }
 
-    bool IsMissing() const noexcept { return m_oSlot.load(std::memory_order_relaxed); }
+    /// Where the missing component begins in the path, or NONE.
+    std::size_t GetMissing() const noexcept { return m_oSlot.load(std::memory_order_relaxed) ^ NONE; }
 
-    void Learn(bool bMissing) noexcept
+    void Learn(std::size_t nMissing) noexcept
     {
-        if (IsMissing() != bMissing)
-            m_oSlot.store(bMissing, std::memory_order_relaxed);
+        if (GetMissing() != nMissing)
+            m_oSlot.store(static_cast<std::uint16_t>(nMissing ^ NONE), std::memory_order_relaxed);
     }
 
 private:
     static constexpr std::size_t SLOT_COUNT = 1024;
-    static constinit inline std::array<std::atomic<bool>, SLOT_COUNT> s_aSlots{};
+    static constinit inline std::array<std::atomic<std::uint16_t>, SLOT_COUNT> s_aSlots{}; // flipped, so 0 is NONE
 
-    std::atomic<bool>& m_oSlot;
+    std::atomic<std::uint16_t>& m_oSlot;
 };
 
 // Whether a listing that holds shows that nothing of this name, in any case, is in the directory.
@@ -559,8 +568,10 @@ int CallWithPath(const CPath& oPath, eLastName eLast, TCall fnCall) noexcept
     const auto [nLastBegin, nLastEnd] = FindLastName(oPath.View());
     const std::string_view sDirectory = oPath.View().substr(0, nLastBegin);
     CMissGuess oGuess(sDirectory);
-    if (eLast == eLastName::AnyCase && oGuess.IsMissing() &&
-        IsSurelyMissing(sDirectory, oPath.View().substr(nLastBegin, nLastEnd - nLastBegin)))
+    const std::size_t nGuess = oGuess.GetMissing(); // another directory's, when two share a place
+    if (eLast == eLastName::AnyCase && nGuess <= nLastBegin && (nGuess == 0 || sDirectory[nGuess - 1] == '/') &&
+        IsSurelyMissing(sDirectory.substr(0, nGuess),
+                        oPath.View().substr(nGuess, std::min(oPath.View().find('/', nGuess), nLastEnd) - nGuess)))
     {
         errno = ENOENT;
         return -1;
@@ -569,15 +580,16 @@ int CallWithPath(const CPath& oPath, eLastName eLast, TCall fnCall) noexcept
     const int nResult = fnCall(oPath.Get());
     if (nResult != -1 || (errno != ENOENT && errno != ENOTDIR))
     {
-        oGuess.Learn(false);
+        oGuess.Learn(CMissGuess::NONE);
         return nResult;
     }
 
     const int nError = errno;
+    std::size_t nStuck = CMissGuess::NONE;
     try
     {
         CPath oFound;
-        if (FindOtherCase(oPath.View(), eLast, oFound))
+        if (FindOtherCase(oPath.View(), eLast, oFound, nStuck))
             return fnCall(oFound.Get());
     }
     catch (const std::bad_alloc&)
@@ -585,7 +597,7 @@ int CallWithPath(const CPath& oPath, eLastName eLast, TCall fnCall) noexcept
         errno = ENOMEM;
         return -1;
     }
-    oGuess.Learn(true);
+    oGuess.Learn(nStuck);
     errno = nError;
     return -1;
 }
@@ -647,7 +659,8 @@ int OpenNow(const char* pPath, int nFlags) noexcept
 }
 
 // Makes a stream of an open descriptor, unless it is something else than a file or a device.
-std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<char> aBuffer = {}) noexcept
+std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<char> aBuffer = {},
+                      std::int64_t* pLength = nullptr) noexcept
 {
     struct stat oStat;
     if (::fstat(oDescriptor.Get(), &oStat) != 0)
@@ -671,6 +684,8 @@ std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<cha
         return nullptr;
 
     oDescriptor.Detach();
+    if (pLength != nullptr)
+        *pLength = oStat.st_size;
     if (bFile && !aBuffer.empty()) // a terminal gets a buffer of its own kind
         ::setvbuf(pStream, aBuffer.data(), _IOFBF, aBuffer.size());
     return pStream;
@@ -705,7 +720,8 @@ int EraseWritable(const char* pPath) noexcept
 }
 } // namespace
 
-std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer) noexcept
+std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer,
+                              std::int64_t* pLength) noexcept
 {
     sOpenMode oMode;
     if (!oMode.Parse(pMode))
@@ -717,7 +733,7 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
     const eLastName eLast = (oMode.nFlags & O_CREAT) != 0 ? eLastName::AsItStands : eLastName::AnyCase;
     CDescriptor oDescriptor(
         CallWithPath(pPath, eLast, [&](const char* pExact) { return OpenNow(pExact, oMode.nFlags); }));
-    return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode, aBuffer) : nullptr;
+    return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode, aBuffer, pLength) : nullptr;
 }
 
 std::FILE* System::CreateStreamHere(const char* pName) noexcept

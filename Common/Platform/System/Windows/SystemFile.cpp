@@ -129,7 +129,8 @@ bool IsDeviceName(std::string_view sName) noexcept
 constexpr unsigned char TYPE_DIRECTORY = 1;
 } // namespace
 
-std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer) noexcept
+std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer,
+                              std::int64_t* pLength) noexcept
 {
     if (pPath == nullptr || pMode == nullptr || std::strchr("rwa", pMode[0]) == nullptr || pMode[0] == '\0')
     {
@@ -148,6 +149,8 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
     }
     if (pStream != nullptr && !aBuffer.empty())
         std::setvbuf(pStream, aBuffer.data(), _IOFBF, aBuffer.size());
+    if (pStream != nullptr && pLength != nullptr)
+        *pLength = GetStreamLength(pStream);
     return pStream;
 }
 
