@@ -5,4 +5,7 @@
 
 #include <Common/Platform/PlatformDirectory.h>
 #include <Common/Platform/PlatformFile.h>
+#include <Common/Platform/PlatformHooks.h>
 #include <Common/Platform/PlatformMemory.h>
+#include <Common/Platform/PlatformString.h>
+#include <Common/Platform/PlatformSync.h>
