@@ -207,8 +207,6 @@ public:
 
     bool IsStart(const char* pPlace) noexcept
     {
-        if (m_eRules == TextRules::SingleByte)
-            return true;
         if (m_eRules == TextRules::Utf8)
             return Utf8Start(m_pText, pPlace) == pPlace;
 

@@ -162,7 +162,8 @@ extern "C"
 
     /// Formats a text; the target must be large enough.
     ///
-    /// Numbers have the same text on every system: the one of C99.
+    /// Numbers have the same text on every system: the one of C99. Pointers ("%p") and wide texts ("%ls") have the text
+    /// that the system's runtime library gives them.
     ///
     /// @return bytes written, without the terminator; negative on failure
     COMMON_API int STR_sprintf(char* pTarget, const char* pFormat, ...) COMMON_PRINTF_FORMAT(2, 3);

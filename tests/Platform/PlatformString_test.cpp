@@ -12,6 +12,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -756,6 +757,22 @@ TEST(PlatformString, BoundedFormattingTakesAnyClaimedSize)
     EXPECT_STREQ(aText.data(), "abc");
     EXPECT_EQ(STR_snprintf(aText.data(), static_cast<unsigned>(INT_MAX) + 1, "%d", 12), 2);
     EXPECT_STREQ(aText.data(), "12");
+}
+
+TEST(PlatformString, BoundedFormattingOfWhatHasNoTextIsEmpty)
+{
+    // The "C" locale has no bytes for this character.
+    std::array<char, 8> aText;
+    if (std::snprintf(aText.data(), aText.size(), "ab%ls", L"\x4E00") >= 0)
+        GTEST_SKIP() << "this runtime library leaves out wide characters that have no bytes";
+
+    const CBlock oShort = CBlock::Untouched(8);
+    EXPECT_EQ(STR_snprintf(oShort.Get(), 8, "ab%ls", L"\x4E00"), -1);
+    EXPECT_EQ(oShort.Bytes(), std::string("\0", 1) + std::string(7, UNTOUCHED));
+
+    const CBlock oLong = CBlock::Untouched(5000);
+    EXPECT_EQ(STR_snprintf(oLong.Get(), 5000, "ab%ls", L"\x4E00"), -1);
+    EXPECT_EQ(oLong.Get()[0], '\0');
 }
 
 TEST(PlatformString, UnboundedFormattingTakesAList)
