@@ -3,6 +3,8 @@
 
 #include <Common/Platform/PlatformFile.h>
 
+#include <bench/support/Ratios.h>
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -241,18 +243,49 @@ void MissingAfterChange_Ours(benchmark::State& oState)
     }
 }
 
-BENCHMARK(OpenReadClose_Ours);
-BENCHMARK(OpenReadClose_Stdio);
-BENCHMARK(OpenReadClose_System);
-BENCHMARK(OpenReadClose_OtherCase);
-BENCHMARK(Read4_Ours);
-BENCHMARK(Read4_Stdio);
-BENCHMARK(Write4_Ours);
-BENCHMARK(Write4_Stdio);
-BENCHMARK(Missing_Ours)->Arg(10)->Arg(1000)->Arg(100000);
-BENCHMARK(Missing_Stdio)->Arg(10)->Arg(1000)->Arg(100000);
-BENCHMARK(Missing_Open)->Arg(10)->Arg(1000)->Arg(100000);
-BENCHMARK(Missing_Stat)->Arg(10)->Arg(1000)->Arg(100000);
-BENCHMARK(MissingFolder_Ours);
-BENCHMARK(MissingAfterChange_Ours)->Arg(10)->Arg(1000);
+void MissingAfterChange_System(benchmark::State& oState)
+{
+    const std::string sPath = MissingIn(oState);
+    const std::string sNew = sPath + ".new";
+    for (auto _ : oState)
+    {
+        ::close(::open(sNew.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        if (::open(sPath.c_str(), O_RDONLY | O_CLOEXEC) != -1)
+            std::abort();
+        ::unlink(sNew.c_str());
+    }
+}
+
+void Register(const std::string& sName, void (*fnCase)(benchmark::State&), int nArgument = 0)
+{
+    benchmark::RegisterBenchmark(sName.c_str(), fnCase)->Arg(nArgument);
+}
 } // namespace
+
+int main(int nArguments, char** ppArguments)
+{
+    Register("open, read 4 KiB, close/ours", OpenReadClose_Ours);
+    Register("open, read 4 KiB, close/stdio", OpenReadClose_Stdio);
+    Register("open, read 4 KiB, close/system", OpenReadClose_System);
+    Register("open, read 4 KiB, close/ours in another case", OpenReadClose_OtherCase);
+    Register("read 4 bytes/ours", Read4_Ours);
+    Register("read 4 bytes/stdio", Read4_Stdio);
+    Register("write 4 bytes/ours", Write4_Ours);
+    Register("write 4 bytes/stdio", Write4_Stdio);
+    for (const int nNames : {10, 1000, 100000})
+    {
+        const std::string sWork = "missing among " + std::to_string(nNames) + " names/";
+        Register(sWork + "ours", Missing_Ours, nNames);
+        Register(sWork + "stdio", Missing_Stdio, nNames);
+        Register(sWork + "open", Missing_Open, nNames);
+        Register(sWork + "stat", Missing_Stat, nNames);
+    }
+    Register("missing, its folder too/ours", MissingFolder_Ours);
+    for (const int nNames : {10, 1000})
+    {
+        const std::string sWork = "missing after a change among " + std::to_string(nNames) + " names/";
+        Register(sWork + "ours", MissingAfterChange_Ours, nNames);
+        Register(sWork + "system", MissingAfterChange_System, nNames);
+    }
+    return RunWithRatios(nArguments, ppArguments);
+}
