@@ -1,6 +1,5 @@
 #pragma once
 
-// What stands between the file system and a physical file: bytes that were read ahead, or that wait to be written.
 // Not for users.
 
 #include <cstdint>

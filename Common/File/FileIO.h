@@ -164,7 +164,11 @@ public:
 
     /// Reads a text between double quotes, up to the ';' behind it.
     ///
-    /// A backslash begins an escape: \" \' \\ \a \b \f \n \r \t \v; before any other character it stands for itself.
+    /// A backslash begins an escape, one of
+    ///
+    ///     \" \' \\ \a \b \f \n \r \t \v
+    ///
+    /// and stands for itself before any other character.
     /// WriteAscii() does not write escapes, so a text with a backslash or a quote comes back changed; kept: files rely
     /// on it. StepBack() goes back to the quote.
     ///
@@ -191,7 +195,8 @@ public:
 
     /// @name Writing text
     /// A value and "; ". Numbers are signed and have 32 bits; a float has four decimals; a text goes between double
-    /// quotes as it is; a character between single quotes, with \t, \n and \r for tab, line feed and carriage return.
+    /// quotes as it is; a character between single quotes, with `\t`, `\n` and `\r` for tab, line feed and carriage
+    /// return.
     ///
     /// @return false as soon as something could not be written
     /// @{

@@ -84,6 +84,7 @@ public:
     /// @return true
     bool Flush() override;
 
+    /// The typed operations of the base, beside those below.
     using CFileIO::Read;
     using CFileIO::Write;
 

@@ -35,6 +35,7 @@
 class COMMON_API CVQPath
 {
 public:
+    /// An empty path, or one that holds a text; a null text leaves it empty.
     CVQPath() noexcept;
     CVQPath(const char* pText);
     CVQPath(const CVQString& oText);
@@ -42,6 +43,7 @@ public:
     CVQPath(CVQPath&& oOther) noexcept;
     virtual ~CVQPath();
 
+    /// Takes a text over.
     CVQPath& operator=(const CVQPath& oOther);
     CVQPath& operator=(CVQPath&& oOther);
     CVQPath& operator=(const CVQString& oText);
@@ -55,11 +57,13 @@ public:
     /// The text, zero-terminated; null for a path that was never filled.
     const char* operator~() const noexcept { return ~m_oText; }
 
+    /// Takes the text away.
     void Empty() noexcept;
 
     /// Length in bytes.
     long GetLength() const noexcept { return m_oText.GetLength(); }
 
+    /// Whether there is no text, as for a path that was never filled.
     bool IsEmpty() const noexcept { return m_oText.IsEmpty(); }
 
     /// Compares the whole text without regard to case.
@@ -67,6 +71,7 @@ public:
     /// @return negative, 0 or positive
     int CompareNoCase(const char* pText) const;
 
+    /// Changes the case of all letters, as the locale has it.
     void MakeLower() noexcept;
     void MakeUpper() noexcept;
     /// The same as MakeLower().
@@ -142,6 +147,7 @@ public:
     /// Cuts the text at FindExtension().
     void RemoveExtension();
 
+    /// How many components there are, as the table above counts them.
     int GetNumPathComponents() const noexcept;
     /// A run of components, with the separators between them as they are written.
     ///

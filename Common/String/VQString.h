@@ -120,6 +120,7 @@ public:
     /// Loads a localised text: see LoadStringResource().
     const CVQString& operator=(const CVQStringId& oId);
 
+    /// Appends a text.
     const CVQString& operator+=(const CVQString& oTail)
     {
         Append(oTail.m_oData.m_pData, static_cast<std::size_t>(oTail.m_oData.m_nLength));
@@ -133,6 +134,7 @@ public:
         return *this;
     }
 
+    /// Appends one byte.
     const CVQString& operator+=(char cTail)
     {
         Append(&cTail, 1);
@@ -142,6 +144,7 @@ public:
     /// The text, zero-terminated; null when the string never had a buffer. Valid until the string is changed.
     const char* GetString() const noexcept { return m_oData.m_pData; }
 
+    /// The same as GetString().
     operator const char*() const noexcept { return m_oData.m_pData; }
 
     /// Short for GetString().
@@ -150,6 +153,7 @@ public:
     /// Bytes of text, without the terminator.
     long GetLength() const noexcept { return m_oData.m_nLength; }
 
+    /// Whether the length is 0, with or without a buffer.
     bool IsEmpty() const noexcept { return m_oData.m_nLength == 0; }
 
     /// The byte at a position, 0 to 255. The position is not checked.
@@ -224,6 +228,7 @@ public:
     /// Everything from nStart on.
     CVQString Mid(int nStart) const;
 
+    /// Changes the case of all letters, as the locale has it.
     void MakeLower() noexcept;
     void MakeUpper() noexcept;
     /// Reverses the order of the characters.
@@ -281,6 +286,7 @@ public:
     /// The number of the localised text that was loaded last, -1 for none.
     long GetStringId() const noexcept { return m_oData.m_nStringId; }
 
+    /// Whether a localised text was loaded.
     bool HasStringId() const noexcept { return m_oData.m_nStringId != NO_STRING_ID; }
 
     /// Tells whether a localised text was ever asked for while s_pfnLoadString was not installed.
@@ -294,6 +300,7 @@ public:
         return oFirst.View() == oSecond.View();
     }
 
+    /// Orders byte by byte, as unsigned values.
     friend std::strong_ordering operator<=>(const CVQString& oFirst, const CVQString& oSecond) noexcept
     {
         return oFirst.View() <=> oSecond.View();
@@ -305,6 +312,7 @@ public:
         return oFirst.View() == View(pSecond);
     }
 
+    /// The same with a text; null counts as "".
     friend std::strong_ordering operator<=>(const CVQString& oFirst, const char* pSecond) noexcept
     {
         return oFirst.View() <=> View(pSecond);

@@ -17,6 +17,7 @@ public:
     CVQStringId(const CVQStringId& oOther) noexcept;
     virtual ~CVQStringId();
 
+    /// Names another text; 32 bits are kept.
     CVQStringId& operator=(long nId) noexcept;
     CVQStringId& operator=(const CVQStringId& oOther) noexcept;
 

@@ -37,9 +37,12 @@ bool IsHeader(const std::string& sPath)
     return std::filesystem::path(sPath).extension() == ".h";
 }
 
-bool IsPublicHeader(const std::string& sPath)
+/// Internal headers stand in the system's folder, or say what they are at the start of a line.
+bool IsPublicHeader(const Tree& oTree, const std::string& sPath)
 {
-    return IsHeader(sPath) && StartsWith(sPath, "Common/") && !StartsWith(sPath, "Common/Platform/System/");
+    const auto oFile = oTree.find(sPath);
+    return IsHeader(sPath) && StartsWith(sPath, "Common/") && !StartsWith(sPath, "Common/Platform/System/") &&
+           (oFile == oTree.end() || oFile->second.find("\n// Not for users.\n") == std::string::npos);
 }
 
 /// The floor of a file: that of the longest entry above that is the file or one of its folders; -1 when there is none.
@@ -141,8 +144,18 @@ Complaints InternalIncludes(const Tree& oTree)
     Complaints oComplaints;
     for (const auto& [sPath, sText] : oTree)
         for (const auto& sIncluded : OwnIncludesOf(sText))
-            if (IsPublicHeader(sPath) && !IsPublicHeader(sIncluded))
+            if (IsPublicHeader(oTree, sPath) && !IsPublicHeader(oTree, sIncluded))
                 oComplaints.push_back(sPath + " includes the internal " + sIncluded);
+    return oComplaints;
+}
+
+Complaints MissingFromCommonHeader(const Tree& oTree)
+{
+    Complaints oComplaints;
+    const auto oReached = ReachedFrom(oTree, "Common/Common.h");
+    for (const auto& [sPath, sText] : oTree)
+        if (IsPublicHeader(oTree, sPath) && sPath != "Common/Common.h" && oReached.count(sPath) == 0)
+            oComplaints.push_back("Common/Common.h does not include " + sPath);
     return oComplaints;
 }
 
@@ -221,6 +234,21 @@ TEST(Floors, PublicHeadersIncludeNothingInternal)
     EXPECT_EQ(InternalIncludes(Library()), Complaints());
 
     EXPECT_EQ(InternalIncludes({{"Common/File/A.h", "#include <Common/Platform/System/SystemFile.h>"}}).size(), 1U);
+    EXPECT_EQ(InternalIncludes({{"Common/File/A.h", "#include <Common/File/B.h>"},
+                                {"Common/File/B.h", "// Bytes.\n// Not for users.\n"}})
+                  .size(),
+              1U);
     EXPECT_EQ(InternalIncludes({{"Common/File/A.cpp", "#include <Common/Platform/System/SystemFile.h>"}}),
               Complaints());
+}
+
+TEST(Floors, CommonHeaderIncludesEveryPublicHeader)
+{
+    EXPECT_EQ(MissingFromCommonHeader(Library()), Complaints());
+
+    EXPECT_EQ(MissingFromCommonHeader({{"Common/Common.h", "#include <Common/File/A.h>"},
+                                       {"Common/File/A.h", "#include <Common/File/B.h>"},
+                                       {"Common/File/B.h", ""}}),
+              Complaints());
+    EXPECT_EQ(MissingFromCommonHeader({{"Common/Common.h", ""}, {"Common/File/A.h", ""}}).size(), 1U);
 }
