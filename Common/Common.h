@@ -22,6 +22,7 @@
 #include <Common/File/MemFileIO.h>
 #include <Common/File/VQCompressor.h>
 #include <Common/File/VQLzrwCompressor.h>
+#include <Common/MailSlot/VQMailSlot.h>
 #include <Common/Platform/Platform.h>
 #include <Common/Platform/PlatformDirectory.h>
 #include <Common/Platform/PlatformFile.h>
@@ -33,6 +34,7 @@
 #include <Common/ProcessControl/VQCriticalSection.h>
 #include <Common/ProcessControl/VQEvent.h>
 #include <Common/ProcessControl/VQMutex.h>
+#include <Common/ProcessControl/VQPipe.h>
 #include <Common/ProcessControl/VQSemaphore.h>
 #include <Common/ProcessControl/VQThread.h>
 #include <Common/String/LexAnalyzer.h>
