@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <memory>
@@ -115,9 +116,10 @@ private:
         sMailSlotInfo oInfo;
         while (m_oQueue.size() < MAX_QUEUED_MAIL && QuerySystem(oInfo) && oInfo.nNextSize != NO_MAIL)
         {
-            std::string sMail(oInfo.nNextSize, '\0');
+            // An empty message wants room too.
+            std::string sMail(std::max(oInfo.nNextSize, MAX_MAIL_SIZE), '\0');
             DWORD nRead = 0;
-            if (ReadFile(m_hSlot, sMail.data(), oInfo.nNextSize, &nRead, nullptr) == FALSE)
+            if (ReadFile(m_hSlot, sMail.data(), static_cast<DWORD>(sMail.size()), &nRead, nullptr) == FALSE)
                 return;
 
             sMail.resize(nRead);
