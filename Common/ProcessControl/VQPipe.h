@@ -124,7 +124,7 @@ private:
     [[noreturn]] void ThrowException(unsigned long nCode, unsigned long nLine, const char* pFileName,
                                      const char* pMessage) const;
 
-    std::uint32_t m_nReserved; // copied with the object, used by nobody
+    [[maybe_unused]] std::uint32_t m_nReserved; // copied with the object, used by nobody
     std::uint32_t m_nReadHandle;
     std::uint32_t m_nWriteHandle;
 };
