@@ -92,14 +92,30 @@ TEST(VQCriticalSection, LetsOneThreadInAtATime)
     EXPECT_EQ(nCount, THREADS * ROUNDS);
 }
 
-TEST(VQCriticalSection, CopyIsRawBytesAndItsEndDoesNoHarm)
+TEST(VQCriticalSection, CopyIsTheRawBytes)
 {
     CVQCriticalSection oSection;
-    std::thread oWaiter;
+    oSection.Enter();
+    oSection.Enter();
+    const CVQCriticalSection oCopy(oSection);
+    CVQCriticalSection oAssigned;
+    oAssigned = oSection;
+    for (const CVQCriticalSection* pCopy : {&oCopy, const_cast<const CVQCriticalSection*>(&oAssigned)})
+        EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(pCopy) + sizeof(void*),
+                              reinterpret_cast<const char*>(&oSection) + sizeof(void*),
+                              sizeof(CVQCriticalSection) - sizeof(void*)),
+                  0);
+    oSection.Leave();
+    oSection.Leave();
+}
+
+TEST(VQCriticalSection, EndOfACopyDoesNoHarm)
+{
+    CVQCriticalSection oSection;
     {
         oSection.Enter();
         CVQEvent oBegun;
-        oWaiter = std::thread(
+        std::thread oWaiter(
             [&]
             {
                 oBegun.Signal();
@@ -111,10 +127,6 @@ TEST(VQCriticalSection, CopyIsRawBytesAndItsEndDoesNoHarm)
         oNever.TimedWait(5);
 
         const CVQCriticalSection oCopy(oSection);
-        EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(&oCopy) + sizeof(void*),
-                              reinterpret_cast<const char*>(&oSection) + sizeof(void*),
-                              sizeof(CVQCriticalSection) - sizeof(void*)),
-                  0);
         oSection.Leave();
         oWaiter.join();
     }
