@@ -8,11 +8,14 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace
 {
+using namespace std::string_view_literals;
+
 template <typename tFunction>
 void ExpectError(unsigned long nCode, tFunction oFunction)
 {
@@ -284,10 +287,10 @@ TEST(MemFileIO, AValueAtTheEndComesInPart)
 
 TEST(MemFileIO, AStringAtTheEndDoesNotComeInPart)
 {
-    for (const char* pBytes : {"\x05\0\0\0abc", "\x05\0\0\0", "\x05\0"})
+    for (const std::string_view sBytes : {"\x05\0\0\0abc"sv, "\x05\0\0\0"sv, "\x05\0"sv})
     {
         CMemFileIO oFile(16);
-        oFile.Write(pBytes, pBytes[1] == '\0' && pBytes[4] == 'a' ? 7 : 2);
+        oFile.Write(sBytes.data(), static_cast<unsigned long>(sBytes.size()));
         oFile.SetFilePointerPos(0);
         CVQString sText("kept");
         EXPECT_FALSE(oFile.Read(sText));
