@@ -1,11 +1,11 @@
 #include <Common/ProcessControl/HandleField.h>
 
-#include <Common/Platform/PlatformHooks.h>
-
-#include <string>
+#include <Common/Debug/Log.h>
 
 void ProcessControl::ReportCreationFailure(const char* pFile, int nLine, const char* pMessage)
 {
-    const std::string sReport = std::string(pFile) + '(' + std::to_string(nLine) + "): " + pMessage + '\n';
-    HOOK_WriteDebugger(sReport.c_str());
+    constexpr unsigned long ALL_OUTPUTS = LOG_DEBUGGER | LOG_FILE | LOG_NETWORK | LOG_MESSAGEBOX;
+
+    _VQ_Log_Fn(pFile, "Zembrolia", "", static_cast<unsigned long>(nLine), 0, ALL_OUTPUTS, ecCriticalError, "%s",
+               pMessage);
 }

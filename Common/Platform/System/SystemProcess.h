@@ -18,6 +18,9 @@ std::size_t ReadComputerName(char* pBuffer);
 // Tells whether a debugger is attached to this process.
 bool IsDebuggerAttached();
 
+// Stops in the attached debugger, as at a breakpoint. Without one the process ends.
+void BreakIntoDebugger();
+
 // Sends a text to the debugger as it is. Never ends the process, and leaves the error number of the thread alone.
 void WriteDebugger(const char* pText);
 

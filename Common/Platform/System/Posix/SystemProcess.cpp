@@ -3,6 +3,7 @@
 #include <Common/Platform/System/Posix/BrokenPipeGuard.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -52,6 +53,11 @@ bool IsDebuggerAttached()
     constexpr const char* LABEL = "\nTracerPid:";
     const char* pLine = std::strstr(aText, LABEL);
     return pLine != nullptr && std::strtol(pLine + std::strlen(LABEL), nullptr, 10) != 0;
+}
+
+void BreakIntoDebugger()
+{
+    raise(SIGTRAP);
 }
 
 void WriteDebugger(const char* pText)

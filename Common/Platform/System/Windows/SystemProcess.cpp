@@ -36,6 +36,11 @@ bool IsDebuggerAttached()
     return IsDebuggerPresent() != FALSE;
 }
 
+void BreakIntoDebugger()
+{
+    DebugBreak();
+}
+
 void WriteDebugger(const char* pText)
 {
     const DWORD nError = GetLastError();

@@ -1,0 +1,316 @@
+#include <Common/Debug/Log.h>
+
+#include <Common/File/FileIO.h>
+#include <Common/MailSlot/VQMailSlot.h>
+#include <Common/Platform/PlatformHooks.h>
+#include <Common/Platform/PlatformString.h>
+#include <Common/Platform/PlatformSync.h>
+#include <Common/Platform/System/SystemProcess.h>
+#include <Common/Platform/System/SystemTime.h>
+#include <Common/ProcessControl/VQCriticalSection.h>
+#include <Common/String/VQString.h>
+
+#include <array>
+#include <atomic>
+#include <cstdarg>
+#include <cstdlib>
+#include <string>
+
+namespace
+{
+constexpr unsigned MESSAGE_SIZE = 256;
+constexpr unsigned DEBUG_TEXT_SIZE = 8192;
+
+const char* const MAIL_SLOT_NAME = "\\\\*\\mailslot\\debug";
+
+const char* const FILE_FAILED = "Error while writing to log file. Hard disk full?\n";
+const char* const MAIL_FAILED =
+    "bool _VQ_Log_Fn(): Could not write to mailslot. Please check your network connection and settings!";
+
+const char* const ASSERTION_CAPTION = "VORQUANDELIS ASSERTION";
+const char* const ASSERTION_QUESTION =
+    "\n----------------------------------------------------------------------------------------"
+    "\n\nDo you want to debug the application?\n"
+    "\n YES:           Debug or try to continue (if no debugger present) "
+    "\n NO:             Try a clean shutdown (might throw more exceptions)"
+    "\n CANCEL:     Force the application to exit\n"
+    "\n----------------------------------------------------------------------------------------\n";
+
+const char* OrEmpty(const char* pText)
+{
+    return pText != nullptr ? pText : "";
+}
+
+const char* TitleOf(unsigned long nClass)
+{
+    static constexpr std::array TITLES = {"Game Message", "Dump",  "Info",           "Message",           "Note",
+                                          "Warning",      "Error", "Critical Error", "Catastrophic Error"};
+    return nClass < TITLES.size() ? TITLES[nClass] : "Unkown class";
+}
+
+int PrintV(const char* pFormat, std::va_list pArguments) COMMON_PRINTF_FORMAT(1, 0);
+
+int PrintV(const char* pFormat, std::va_list pArguments)
+{
+    char aText[DEBUG_TEXT_SIZE];
+    int nLength = STR_vsnprintf(aText, DEBUG_TEXT_SIZE - 1, pFormat, pArguments);
+    if (nLength < 0)
+        nLength = DEBUG_TEXT_SIZE - 1;
+    aText[nLength] = '\0';
+    HOOK_WriteDebugger(aText);
+    return nLength;
+}
+
+/// What all calls of a process share. It is never destroyed: the last static destructors may still report.
+struct SChannel
+{
+    const unsigned long nProcess = System::GetProcessNumber();
+    CVQCriticalSection oSection;
+    CVQMailSlot oMailSlot;
+    std::string sFileMutexName; ///< the application whose log file the mutex guards
+    void* pFileMutex = nullptr;
+};
+
+/// The channel of this process. A process that was forked off while a thread of its parent was in the log starts anew:
+/// that thread will never leave it here.
+SChannel& GetChannel()
+{
+    static std::atomic<SChannel*> s_pChannel = nullptr;
+
+    SChannel* pChannel = s_pChannel.load(std::memory_order_acquire);
+    if (pChannel != nullptr && pChannel->nProcess == System::GetProcessNumber())
+        return *pChannel;
+
+    auto* const pNew = new SChannel;
+    if (s_pChannel.compare_exchange_strong(pChannel, pNew, std::memory_order_acq_rel))
+        return *pNew;
+    delete pNew;
+    return *pChannel;
+}
+
+class CChannelLock
+{
+public:
+    explicit CChannelLock(SChannel& oChannel) : m_oSection(oChannel.oSection) { m_oSection.Enter(); }
+
+    ~CChannelLock() { m_oSection.Leave(); }
+
+    CChannelLock(const CChannelLock&) = delete;
+    CChannelLock& operator=(const CChannelLock&) = delete;
+
+private:
+    CVQCriticalSection& m_oSection;
+};
+
+/// Keeps the log file of an application to this process, so that no line of two processes is torn.
+class CFileLock
+{
+public:
+    CFileLock(SChannel& oChannel, const char* pApplication)
+    {
+        if (oChannel.pFileMutex == nullptr || oChannel.sFileMutexName != pApplication)
+        {
+            if (oChannel.pFileMutex != nullptr)
+                SYNC_DestroyMutex(oChannel.pFileMutex);
+            oChannel.sFileMutexName = pApplication;
+            oChannel.pFileMutex = SYNC_CreateMutex(false, ("Common.Log." + oChannel.sFileMutexName).c_str());
+        }
+        m_pMutex = oChannel.pFileMutex;
+        if (m_pMutex != nullptr)
+            SYNC_LockMutex(m_pMutex);
+    }
+
+    ~CFileLock()
+    {
+        if (m_pMutex != nullptr)
+            SYNC_UnlockMutex(m_pMutex);
+    }
+
+    CFileLock(const CFileLock&) = delete;
+    CFileLock& operator=(const CFileLock&) = delete;
+
+private:
+    void* m_pMutex;
+};
+
+struct SRecord
+{
+    std::array<char, System::COMPUTER_NAME_SIZE + 1> aComputer;
+    const char* pApplication;
+    std::uint32_t nProcess;
+    std::uint32_t nClass;
+    std::array<char, 12> aTicks;
+    const char* pContext;
+    const char* pSource;
+    std::uint32_t nLine;
+    std::array<char, MESSAGE_SIZE + 1> aMessage;
+};
+
+std::string NumberText(std::uint32_t nNumber)
+{
+    return std::to_string(static_cast<std::int32_t>(nNumber));
+}
+
+std::string LineOf(const SRecord& oRecord)
+{
+    constexpr const char* SEPARATOR = " | ";
+
+    std::string sLine;
+    sLine.reserve(512);
+    sLine.append(oRecord.aComputer.data()).append(SEPARATOR);
+    sLine.append(oRecord.pApplication).append(SEPARATOR);
+    sLine.append(NumberText(oRecord.nProcess)).append(SEPARATOR);
+    sLine.append(NumberText(oRecord.nClass)).append(SEPARATOR);
+    sLine.append(oRecord.aTicks.data()).append(SEPARATOR);
+    sLine.append(oRecord.pContext).append(SEPARATOR);
+    sLine.append(oRecord.pSource).append(SEPARATOR);
+    sLine.append(NumberText(oRecord.nLine)).append(SEPARATOR);
+    sLine.append(oRecord.aMessage.data()).append("\r\n");
+    return sLine;
+}
+
+bool AppendToFile(SChannel& oChannel, const SRecord& oRecord)
+{
+    try
+    {
+        const std::string sLine = LineOf(oRecord);
+        const CFileLock oLock(oChannel, oRecord.pApplication);
+        CFileIO oFile;
+        oFile.Open((std::string(oRecord.pApplication) + ".log").c_str(), CFileIO::APPEND);
+        const bool bWritten = oFile.Write(sLine.data(), static_cast<unsigned long>(sLine.size())) && oFile.Flush();
+        return oFile.Close() && bWritten;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+bool SendToNetwork(CVQMailSlot& oMailSlot, const SRecord& oRecord)
+{
+    try
+    {
+        if (!oMailSlot.IsOpened())
+            oMailSlot.Open(MAIL_SLOT_NAME, false);
+
+        oMailSlot.BeginWrite();
+        oMailSlot.Write(CVQString(oRecord.aComputer.data()));
+        oMailSlot.Write(CVQString(oRecord.pApplication));
+        oMailSlot.Write(&oRecord.nProcess, sizeof oRecord.nProcess);
+        oMailSlot.Write(&oRecord.nClass, sizeof oRecord.nClass);
+        oMailSlot.Write(CVQString(oRecord.aTicks.data()));
+        oMailSlot.Write(CVQString(oRecord.pContext));
+        oMailSlot.Write(CVQString(oRecord.pSource));
+        oMailSlot.Write(&oRecord.nLine, sizeof oRecord.nLine);
+        oMailSlot.Write(CVQString(oRecord.aMessage.data()));
+        oMailSlot.EndWrite();
+        return true;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+} // namespace
+
+bool _VQ_Log_Fn(const char* pSource, const char* pApplication, const char* pContext, unsigned long nLine,
+                unsigned long /*nReserved*/, unsigned long nOutputs, unsigned long nClass, const char* pFormat, ...)
+{
+    {
+        SChannel& oChannel = GetChannel();
+        const CChannelLock oLock(oChannel);
+
+        SRecord oRecord;
+        System::ReadComputerName(oRecord.aComputer.data());
+        oRecord.pApplication = OrEmpty(pApplication);
+        oRecord.nProcess = static_cast<std::uint32_t>(oChannel.nProcess);
+        oRecord.nClass = static_cast<std::uint32_t>(nClass);
+        STR_sprintf(oRecord.aTicks.data(), "%d", static_cast<int>(System::ReadTickCount()));
+        oRecord.pContext = OrEmpty(pContext);
+        oRecord.pSource = OrEmpty(pSource);
+        oRecord.nLine = static_cast<std::uint32_t>(nLine);
+
+        std::va_list pArguments;
+        va_start(pArguments, pFormat);
+        STR_vsnprintf(oRecord.aMessage.data(), MESSAGE_SIZE, pFormat, pArguments);
+        va_end(pArguments);
+        oRecord.aMessage.back() = '\0';
+
+        if ((nOutputs & LOG_DEBUGGER) != 0)
+        {
+            Debug_Printf("%s", oRecord.aMessage.data());
+            Debug_Printf("\n");
+        }
+        if ((nOutputs & LOG_FILE) != 0 && !AppendToFile(oChannel, oRecord))
+            HOOK_WriteDebugger(FILE_FAILED);
+        if ((nOutputs & LOG_NETWORK) != 0 && !SendToNetwork(oChannel.oMailSlot, oRecord))
+        {
+            Debug_Printf("%s", MAIL_FAILED);
+            Debug_Printf("\n");
+        }
+        if ((nOutputs & LOG_MESSAGEBOX) != 0)
+            HOOK_ShowMessageBox(oRecord.aMessage.data(), TitleOf(nClass), mbkInformation);
+    }
+
+    // Outside of the lock: what runs at the end may wait for threads that report.
+    if ((nOutputs & LOG_MESSAGEBOX) != 0 && nClass == ecCatastrophicError)
+        Debug_Exit(EXIT_SUCCESS);
+    return true;
+}
+
+int Debug_Printf(const char* pFormat, ...)
+{
+    std::va_list pArguments;
+    va_start(pArguments, pFormat);
+    const int nLength = PrintV(pFormat, pArguments);
+    va_end(pArguments);
+    return nLength;
+}
+
+int Debug_Warning(const char* pFormat, ...)
+{
+    std::va_list pArguments;
+    va_start(pArguments, pFormat);
+    const int nLength = PrintV(pFormat, pArguments);
+    va_end(pArguments);
+    return nLength;
+}
+
+void Debug_Exit(int nStatus)
+{
+    std::exit(nStatus);
+}
+
+void Debug_Assert(const char* pExpression, const char* pFile, int nLine)
+{
+    Debug_Printf("*** VORQUANDELIS ASSERTION ***\nexpression: %s\nfile: %s\nline: %d\n", OrEmpty(pExpression),
+                 OrEmpty(pFile), nLine);
+    std::abort();
+}
+
+bool Alternate_Debug_Assert(const char* pExpression, const char* pComment, const char* pFile, int nLine)
+{
+    std::string sText = std::string("expression:     VQ_ASSERT( ") + OrEmpty(pExpression) +
+                        " )\n\nfile: " + OrEmpty(pFile) + "\nline: " + std::to_string(nLine) +
+                        "\n \r\ncomment: " + OrEmpty(pComment);
+    Debug_Printf("%s", "******** VORQUANDELIS ASSERTION ********\n");
+    Debug_Printf("%s", sText.c_str());
+
+    sText += ASSERTION_QUESTION;
+    switch (HOOK_ShowMessageBox(sText.c_str(), ASSERTION_CAPTION, mbkYesNoCancel))
+    {
+    case mbaYes:
+        return System::IsDebuggerAttached();
+    case mbaNo:
+        Debug_Exit(EXIT_SUCCESS);
+    case mbaCancel:
+        System::EndProcess(EXIT_SUCCESS);
+    default:
+        return false;
+    }
+}
+
+void Debug_Break()
+{
+    System::BreakIntoDebugger();
+}
