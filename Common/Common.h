@@ -6,6 +6,7 @@
 
 #include <Common/Debug/ErrorClass.h>
 #include <Common/Debug/FileIOException.h>
+#include <Common/Debug/Log.h>
 #include <Common/Debug/MailSlotException.h>
 #include <Common/Debug/MemFileIOException.h>
 #include <Common/Debug/VQDataStreamException.h>
@@ -18,6 +19,7 @@
 #include <Common/File/ArchiveNode.h>
 #include <Common/File/ArchiveReader.h>
 #include <Common/File/ExtendedFileSystem.h>
+#include <Common/File/FileBuffer.h>
 #include <Common/File/FileIO.h>
 #include <Common/File/MemFileIO.h>
 #include <Common/File/VQCompressor.h>
