@@ -19,7 +19,6 @@
 #include <Common/File/ArchiveNode.h>
 #include <Common/File/ArchiveReader.h>
 #include <Common/File/ExtendedFileSystem.h>
-#include <Common/File/FileBuffer.h>
 #include <Common/File/FileIO.h>
 #include <Common/File/MemFileIO.h>
 #include <Common/File/VQCompressor.h>

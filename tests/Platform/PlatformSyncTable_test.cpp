@@ -8,6 +8,7 @@
 
 #include <tests/support/Fork.h>
 #include <tests/support/SyncChild.h>
+#include <tests/support/TestDirectory.h>
 
 #include <gtest/gtest.h>
 
@@ -26,6 +27,11 @@ constexpr unsigned ABANDONED = 0x80;
 constexpr unsigned FAILED = 0xFFFFFFFF;
 
 std::string g_sDebuggerOutput;
+
+eMessageBoxAnswer AnswerBox(const char*, const char*, eMessageBoxKind)
+{
+    return mbaOk;
+}
 
 void TakeDebuggerOutput(const char* pText)
 {
@@ -298,11 +304,15 @@ TEST(IsolatedPlatformSyncTable, FailedCreationsAreReported)
     EXPECT_FALSE(oThread.Start(1, eThreadPriorityNormal));
     EXPECT_FALSE(oThread.IsRunning());
 
+    const CTestDirectory oDirectory;
+    HOOK_SetMessageBox(&AnswerBox);
     HOOK_SetDebuggerOutput(&TakeDebuggerOutput);
     CVQMutex oMutex;
     EXPECT_NE(g_sDebuggerOutput.find("CVQMutex::CVQMutex(): SYNC_CreateMutex() failed!"), std::string::npos)
         << g_sDebuggerOutput;
-    EXPECT_NE(g_sDebuggerOutput.find("Common/ProcessControl/VQMutex(77)"), std::string::npos) << g_sDebuggerOutput;
+    EXPECT_NE(oDirectory.Read("Zembrolia.log")
+                  .find(" |  | Common/ProcessControl/VQMutex | 77 | CVQMutex::CVQMutex(): SYNC_CreateMutex() failed!"),
+              std::string::npos);
     EXPECT_EQ(oMutex.GetHandle(), 0u);
     oMutex.Lock();
     EXPECT_TRUE(oMutex.IsLocked());
@@ -312,7 +322,9 @@ TEST(IsolatedPlatformSyncTable, FailedCreationsAreReported)
     CVQEvent oEvent;
     EXPECT_NE(g_sDebuggerOutput.find("CVQEvent::CVQEvent(): SYNC_CreateEvent() failed!"), std::string::npos)
         << g_sDebuggerOutput;
-    EXPECT_NE(g_sDebuggerOutput.find("Common/ProcessControl/VQEvent(75)"), std::string::npos) << g_sDebuggerOutput;
+    EXPECT_NE(oDirectory.Read("Zembrolia.log")
+                  .find(" |  | Common/ProcessControl/VQEvent | 75 | CVQEvent::CVQEvent(): SYNC_CreateEvent() failed!"),
+              std::string::npos);
     oEvent.Wait();
     EXPECT_TRUE(oEvent.TimedWait(10'000'000)) << "a wait on no handle is no time-out";
     oEvent.Signal();
