@@ -31,7 +31,6 @@
 #include <Common/Platform/PlatformMemory.h>
 #include <Common/Platform/PlatformString.h>
 #include <Common/Platform/PlatformSync.h>
-#include <Common/ProcessControl/HandleField.h>
 #include <Common/ProcessControl/VQCriticalSection.h>
 #include <Common/ProcessControl/VQEvent.h>
 #include <Common/ProcessControl/VQMutex.h>

@@ -1,6 +1,6 @@
 #include <Common/ProcessControl/VQEvent.h>
 
-#include <Common/ProcessControl/HandleField.h>
+#include <Common/Platform/System/HandleField.h>
 
 static_assert(sizeof(void*) != 4 || sizeof(CVQEvent) == 8);
 

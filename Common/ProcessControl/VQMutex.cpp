@@ -1,6 +1,6 @@
 #include <Common/ProcessControl/VQMutex.h>
 
-#include <Common/ProcessControl/HandleField.h>
+#include <Common/Platform/System/HandleField.h>
 
 static_assert(sizeof(CVQMutex) == sizeof(void*) + 8);
 

@@ -1,6 +1,6 @@
 #include <Common/ProcessControl/VQSemaphore.h>
 
-#include <Common/ProcessControl/HandleField.h>
+#include <Common/Platform/System/HandleField.h>
 
 static_assert(sizeof(CVQSemaphore) == sizeof(void*) + 8);
 

@@ -1,8 +1,8 @@
 #include <Common/ProcessControl/VQThread.h>
 
+#include <Common/Platform/System/HandleField.h>
 #include <Common/Platform/System/SystemSync.h>
 #include <Common/Platform/System/SystemThread.h>
-#include <Common/ProcessControl/HandleField.h>
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include <Common/ProcessControl/HandleField.h>
+#include <Common/Platform/System/HandleField.h>
 
 #include <Common/Debug/Log.h>
 

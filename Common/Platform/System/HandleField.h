@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-// What the sources of this folder share: handles in 32-bit fields, time-outs of the interface's types. Not for users.
+// What the classes over handles share: handles in 32-bit fields, time-outs and counts of the interface's types.
 namespace ProcessControl
 {
 inline std::uint32_t ToField(const void* hObject)
