@@ -16,8 +16,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace System
 {
 namespace
@@ -227,7 +225,7 @@ std::string FindProgram(const char* pName)
     while (!sPath.empty())
     {
         const std::size_t nEnd = sPath.find(':');
-        const std::string sProgram = std::string(sPath.substr(0, nEnd)) + "/" + pName;
+        std::string sProgram = std::string(sPath.substr(0, nEnd)) + "/" + pName;
         if (sProgram.front() == '/' && nEnd != 0 && access(sProgram.c_str(), X_OK) == 0)
             return sProgram;
         sPath = nEnd == std::string_view::npos ? std::string_view() : sPath.substr(nEnd + 1);
