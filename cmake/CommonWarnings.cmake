@@ -12,6 +12,7 @@ function(common_options target)
     endif()
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
         target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
+        target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64) # large files and inodes are met here too
     endif()
     if(COMMON_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${COMMON_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

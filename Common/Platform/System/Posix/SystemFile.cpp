@@ -1,6 +1,3 @@
-// Offsets and sizes of 64 bits on every target.
-#define _FILE_OFFSET_BITS 64
-
 #include <Common/Platform/System/SystemFile.h>
 
 #include <Common/Platform/System/NameOrder.h>
