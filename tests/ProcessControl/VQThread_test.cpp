@@ -4,10 +4,12 @@
 #include <Common/ProcessControl/VQEvent.h>
 #include <Common/ProcessControl/VQMutex.h>
 
+#include <tests/support/RealPriority.h>
 #include <tests/support/VirtualSlot.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <mutex>
@@ -280,6 +282,44 @@ TEST(VQThread, PriorityIsTheOneThatWasSet)
         oThread.SetPriority(static_cast<eThreadPriority>(nSet));
         EXPECT_EQ(oThread.GetPriority(), nExpected) << "set to " << nSet;
     }
+}
+
+TEST(VQThread, PriorityIsWhatTheSystemGives)
+{
+    class CAskingThread : public CVQThread
+    {
+    public:
+        unsigned long Run() override
+        {
+            m_oGo.Wait();
+            m_oPriority = ReadRealPriority(0);
+            m_oDone.Signal();
+            return 0;
+        }
+
+        CVQEvent m_oGo;
+        CVQEvent m_oDone;
+        RealPriority m_oPriority;
+    };
+
+    if (!ReadRealPriority(0).bKnown)
+        GTEST_SKIP() << "the system has no nice values";
+
+    CAskingThread oLow;
+    EXPECT_TRUE(oLow.Start(0, eThreadPriorityNormal));
+    oLow.SetPriority(eThreadPriorityLow);
+    oLow.m_oGo.Signal();
+    oLow.m_oDone.Wait();
+    EXPECT_FALSE(oLow.m_oPriority.bRealTime);
+    EXPECT_EQ(oLow.m_oPriority.nNice, std::min(oLow.m_oPriority.nProgramNice + 10, 19));
+
+    CAskingThread oCritical;
+    EXPECT_TRUE(oCritical.Start(0, eThreadPriorityNormal));
+    oCritical.SetPriority(eThreadPriorityCritical);
+    oCritical.SetPriority(eThreadPriorityNormal);
+    oCritical.m_oGo.Signal();
+    oCritical.m_oDone.Wait();
+    EXPECT_FALSE(oCritical.m_oPriority.bRealTime);
 }
 
 TEST(VQThread, CopyRefersToTheSameThread)

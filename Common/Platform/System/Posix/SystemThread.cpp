@@ -58,9 +58,20 @@ void* RunThread(void* pParameter)
     return nullptr;
 }
 
+// A nice value that the program may not give becomes the best that it may, if that is any better than the one there is.
 void SetNice(std::uint32_t nThread, int nNice)
 {
-    setpriority(PRIO_PROCESS, nThread, std::clamp(nNice, NICE_FIRST, NICE_LAST));
+    nNice = std::clamp(nNice, NICE_FIRST, NICE_LAST);
+    if (setpriority(PRIO_PROCESS, nThread, nNice) == 0 || (errno != EACCES && errno != EPERM))
+        return;
+
+    rlimit oLimit = {};
+    if (getrlimit(RLIMIT_NICE, &oLimit) != 0)
+        return;
+    const int nBest = NICE_LAST + 1 - static_cast<int>(std::min<rlim_t>(oLimit.rlim_cur, NICE_LAST + 1 - NICE_FIRST));
+    nNice = std::max(nNice, nBest);
+    if (nNice < getpriority(PRIO_PROCESS, nThread))
+        setpriority(PRIO_PROCESS, nThread, nNice);
 }
 
 // What the system refuses stays as it was.
@@ -79,7 +90,7 @@ void ApplyLevel(std::uint32_t nThread, int nLevel)
 
     const int nPolicy = sched_getscheduler(nId) & ~SCHED_RESET_ON_FORK;
     if (nPolicy == SCHED_RR)
-        sched_setscheduler(nId, SCHED_OTHER, &oParameter);
+        sched_setscheduler(nId, SCHED_OTHER | SCHED_RESET_ON_FORK, &oParameter); // dropping the flag takes a privilege
 
     // The main thread's nice value is the program's.
     const int nProgram = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));

@@ -409,8 +409,15 @@ unsigned WaitInQueue(Slot& oSlot, std::uint32_t hObject, std::uint32_t nMillisec
     Slot& oSlot = SlotOf(hMutex);
     if (WaitTable::IsMutexOf(hMutex, oThread.Number()))
     {
-        ++oThread.Find(hMutex, nullptr)->nCount;
-        return WAIT_RESULT_SIGNALLED;
+        if (OwnedMutex* pOwned = oThread.Find(hMutex, nullptr))
+        {
+            ++pOwned->nCount;
+            return WAIT_RESULT_SIGNALLED;
+        }
+
+        // Locked so late in the end of a thread that nobody abandoned it; its number came again with this thread.
+        oThread.Add(hMutex, nullptr);
+        return WAIT_RESULT_ABANDONED;
     }
 
     unsigned nResult = ResultOf(TryMutex(oSlot, hMutex, oThread.Number()));
