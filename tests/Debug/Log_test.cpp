@@ -92,9 +92,11 @@ std::vector<std::string> LinesOf(const std::string& sFile)
 /// Runs one of the disabled tests below in a process of its own.
 ChildResult RunChild(const std::string& sName)
 {
-    return ChildProcess({ThisProgram(), "--in-process", "--gtest_also_run_disabled_tests",
-                         "--gtest_filter=LogChild.DISABLED_" + sName})
-        .Wait();
+    ChildResult oResult = ChildProcess({ThisProgram(), "--in-process", "--gtest_also_run_disabled_tests",
+                                        "--gtest_filter=LogChild.DISABLED_" + sName})
+                              .Wait();
+    std::erase(oResult.sOutput, '\r'); // line ends of text streams
+    return oResult;
 }
 
 constexpr int WENT_ON = 99;
