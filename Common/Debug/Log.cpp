@@ -21,7 +21,7 @@ namespace
 constexpr unsigned MESSAGE_SIZE = 256;
 constexpr unsigned DEBUG_TEXT_SIZE = 8192;
 
-const char* const MAIL_SLOT_NAME = "\\\\*\\mailslot\\debug";
+const char* const MAIL_SLOT_NAME = R"(\\*\mailslot\debug)";
 
 const char* const FILE_FAILED = "Error while writing to log file. Hard disk full?\n";
 const char* const MAIL_FAILED =

@@ -716,6 +716,7 @@ const char* CExtendedFileSystem::FindFiles(const char* pPattern, bool* pIsDirect
 void CExtendedFileSystem::Notify(int nEvent, unsigned long nArgument1, unsigned long nArgument2)
 {
     // By index: a callback may add and remove callbacks.
+    // NOLINTNEXTLINE(modernize-loop-convert)
     for (std::size_t i = 0; i < m_aCallbacks.size(); ++i)
     {
         const sCallback oCallback = m_aCallbacks[i];

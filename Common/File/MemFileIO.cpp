@@ -181,7 +181,7 @@ bool CMemFileIO::SetFilePointerPos(unsigned long nPosition)
 
 bool CMemFileIO::Skip(long nDelta)
 {
-    const std::int64_t nPosition = std::int64_t{m_nPosition};
+    const auto nPosition = static_cast<std::int64_t>(m_nPosition);
     if (nDelta < -nPosition)
         ThrowException(ERROR_BEFORE_START, __LINE__, SOURCE_FILE, nullptr);
 

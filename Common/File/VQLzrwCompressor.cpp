@@ -17,13 +17,13 @@ constexpr unsigned char FLAG_STORED = 1;
 constexpr std::size_t HEADER_SIZE = 4;
 
 constexpr std::size_t CONTROL_SIZE = 2;
-constexpr unsigned ITEMS_PER_GROUP = 16;
-constexpr unsigned COPY_SIZE = 2;
+constexpr std::size_t ITEMS_PER_GROUP = 16;
+constexpr std::size_t COPY_SIZE = 2;
 constexpr unsigned COPY_BIT = 0x8000; // enters a control word at the top and is shifted down to its item's place
 
 constexpr std::uint32_t MAX_OFFSET = 4095;
-constexpr unsigned MIN_LENGTH = 3;
-constexpr unsigned MAX_LENGTH = 16;
+constexpr std::size_t MIN_LENGTH = 3;
+constexpr std::size_t MAX_LENGTH = 16;
 
 /// What a whole group can take from the input and what it can add to the output, its control word included.
 constexpr std::size_t GROUP_INPUT = ITEMS_PER_GROUP * MAX_LENGTH;

@@ -630,7 +630,7 @@ MailSlotHandle AddToTable(std::unique_ptr<CMailSlotEnd> pEnd)
 {
     const MailSlotHandle nSlot = g_oSlots.Add(pEnd.get());
     if (nSlot != 0)
-        pEnd.release();
+        static_cast<void>(pEnd.release());
     return nSlot;
 }
 
