@@ -17,6 +17,9 @@ constexpr int NO_FILE = -1;
 // A table is read and indexed in pieces of this many entries, about 256 KiB: what was read is still at hand then.
 constexpr std::uint32_t ENTRIES_AT_ONCE = 960;
 
+// Bytes that are read with one call.
+constexpr std::size_t MOST_AT_ONCE = std::size_t{1} << 30;
+
 // Where a file's pointer stands after a seek or a read that failed.
 constexpr std::uint64_t NOWHERE = std::numeric_limits<std::uint64_t>::max();
 
@@ -173,9 +176,20 @@ bool CArchiveReader::ReadBytes(std::uint64_t nPosition, void* pBuffer, std::size
         m_nPosition = nPosition;
     }
 
-    const unsigned nRead = FILE_Read(m_nFile, pBuffer, 1, static_cast<unsigned>(nSize));
-    m_nPosition = nRead == nSize ? nPosition + nSize : NOWHERE;
-    return nRead == nSize;
+    // A call takes 32 bits.
+    for (auto* pNext = static_cast<char*>(pBuffer); nSize != 0;)
+    {
+        const auto nPiece = static_cast<unsigned>(std::min(nSize, MOST_AT_ONCE));
+        if (FILE_Read(m_nFile, pNext, 1, nPiece) != nPiece)
+        {
+            m_nPosition = NOWHERE;
+            return false;
+        }
+        m_nPosition += nPiece;
+        pNext += nPiece;
+        nSize -= nPiece;
+    }
+    return true;
 }
 
 bool CArchiveReader::IsPlainName(const char* pName) noexcept

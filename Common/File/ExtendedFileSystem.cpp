@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <span>
 #include <string>
@@ -131,12 +132,9 @@ CExtendedFileSystem::CExtendedFileSystem()
 
 // The two locks are no part of what is copied: closing a copy's would close the original's.
 
-CExtendedFileSystem::CExtendedFileSystem(const CExtendedFileSystem& oOther)
-    : m_aRoots(oOther.m_aRoots), m_oRootArchive(oOther.m_oRootArchive), m_aArchives(oOther.m_aArchives),
-      m_bSetup(oOther.m_bSetup.load()), m_aCallbacks(oOther.m_aCallbacks),
-      m_pBuffers(std::make_unique<CFileBuffer[]>(MAX_FILES))
+CExtendedFileSystem::CExtendedFileSystem(const CExtendedFileSystem& oOther) : CExtendedFileSystem()
 {
-    ShareFiles(oOther);
+    *this = oOther;
 }
 
 CExtendedFileSystem& CExtendedFileSystem::operator=(const CExtendedFileSystem& oOther)
@@ -144,9 +142,13 @@ CExtendedFileSystem& CExtendedFileSystem::operator=(const CExtendedFileSystem& o
     if (this == &oOther)
         return *this;
 
+    // Always in the same order, so that two that copy each other do not wait for ever.
+    const bool bThisFirst = std::less<>()(this, &oOther);
+    const CLockGuard oFirst(bThisFirst ? m_oLock : oOther.m_oLock);
+    const CLockGuard oSecond(bThisFirst ? oOther.m_oLock : m_oLock);
+
     m_aRoots = oOther.m_aRoots;
-    m_oRootArchive = oOther.m_oRootArchive;
-    m_aArchives = oOther.m_aArchives;
+    ShareArchives(oOther);
     m_bSetup = oOther.m_bSetup.load();
     m_aCallbacks = oOther.m_aCallbacks;
     ShareFiles(oOther);
@@ -658,13 +660,40 @@ void CExtendedFileSystem::ShareFiles(const CExtendedFileSystem& oOther)
 {
     for (std::size_t i = 0; i < MAX_FILES; ++i)
     {
+        // The own file is left behind without being closed, but what was written shall reach it.
+        if (FileOf(m_aFiles[i]) != sFileInfo::FREE)
+            m_pBuffers[i].Flush(FileOf(m_aFiles[i]));
+
         const sFileInfo& oSource = oOther.m_aFiles[i];
         if (FileOf(oSource) != sFileInfo::FREE)
         {
             oOther.BufferOf(oSource).Flush(FileOf(oSource));
-            m_pBuffers[i].Attach(true, CFileBuffer::UNKNOWN);
+            m_pBuffers[i].Share(oOther.BufferOf(oSource));
         }
         m_aFiles[i] = oSource;
+    }
+}
+
+void CExtendedFileSystem::ShareArchives(const CExtendedFileSystem& oOther)
+{
+    m_oRootArchive = oOther.m_oRootArchive;
+    m_aArchives = oOther.m_aArchives;
+
+    // The nodes lead to each other within the pool: here they shall lead to the nodes at the same places of this one.
+    const auto* const pOldPool = reinterpret_cast<const char*>(oOther.m_aArchives.data());
+    auto* const pNewPool = reinterpret_cast<char*>(m_aArchives.data());
+    const auto Rebase = [=]<typename tTarget>(tTarget*& pTarget)
+    {
+        if (pTarget != nullptr)
+            pTarget = reinterpret_cast<tTarget*>(pNewPool + (reinterpret_cast<const char*>(pTarget) - pOldPool));
+    };
+
+    Rebase(m_oRootArchive.m_pFirstChild);
+    for (sArchiveInfo& oInfo : m_aArchives)
+    {
+        Rebase(oInfo.m_pFirstChild);
+        Rebase(oInfo.m_pNextSibling);
+        Rebase(oInfo.m_pPhysicalPath);
     }
 }
 

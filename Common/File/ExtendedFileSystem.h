@@ -90,7 +90,8 @@ static_assert(sizeof(void*) != 4 || sizeof(sArchiveInfo) == 1076);
 ///
 /// Errors are thrown as CXfsException with the source file "Common/File/ExtendedFileSystem"; each member names its
 /// codes. A handle that is not open is 4008 "Invalid file handle." everywhere. After a failed read or write the file
-/// stays open, and its position is what it was.
+/// stays open, and its position is what it was. A seek only notes the position; that the system cannot move there is
+/// told by the next read or write, as 4006 or 4007.
 class COMMON_API CExtendedFileSystem
 {
 public:
@@ -100,7 +101,7 @@ public:
     /// Copies every member but the locks. The copy shares the open files and the archives with its source.
     CExtendedFileSystem(const CExtendedFileSystem& oOther);
 
-    /// Copies what the copy constructor copies.
+    /// Copies what the copy constructor copies. Files that were open before are flushed, and not closed.
     CExtendedFileSystem& operator=(const CExtendedFileSystem& oOther);
 
     /// Forgets the roots and callbacks. Files that are still open are not closed.
@@ -312,8 +313,8 @@ public:
     ///                        the archive would pass 4 GiB; 4010 when the archive or a file does not open, when a name
     ///                        could not be extracted again, when a link leads back to where it is packed, and when the
     ///                        archive would hold itself; 4012 when the header cannot be written; 4013 when the table
-    ///                        cannot, and for a name of 256 bytes or more; 4016 when a directory cannot be entered. The
-    ///                        archive is then incomplete
+    ///                        cannot, and for a name of 256 bytes or more; 4016 when a directory cannot be entered, and
+    ///                        for more than 1000 levels of directories. The archive is then incomplete
     bool CreateArchive(const char* pArchive, const char* pDirectory);
 
     /// Unpacks an archive into a directory named after it.
@@ -327,10 +328,11 @@ public:
     /// @param pArchive    name of the archive; ".arc" is appended unless it is the extension already
     /// @param pDirectory  where the directory is made; it must be there
     /// @return            false when there is no such archive
-    /// @throws CXfsException  4005 when a file cannot be created, or has a name that is none: "", "..", "a/b"; 4006
-    /// when
-    ///                        the archive is broken or cannot be read; 4007 when a file cannot be written; 4014 when it
-    ///                        is no archive or one of another version; 4016 when a directory cannot be made or entered
+    /// @throws CXfsException  4005 when a file cannot be created, has a name that is none ("", "..", "a/b"), or the
+    ///                        name of another in its directory, as far as the disk tells them apart; 4006 when the
+    ///                        archive is broken or cannot be read; 4007 when a file cannot be written; 4014 when it is
+    ///                        no archive or one of another version; 4016 when a directory cannot be made or entered,
+    ///                        and for more than 1000 levels of directories
     bool ExtractArchive(const char* pArchive, const char* pDirectory);
 
     /// Adds a function that archive operations call for each file and directory, behind the others; null is not added.
@@ -392,6 +394,9 @@ private:
 
     // Takes the open files of another file system, with buffers of its own for them.
     void ShareFiles(const CExtendedFileSystem& oOther);
+
+    // Takes the registered archives of another file system, in nodes of its own; the tables are shared.
+    void ShareArchives(const CExtendedFileSystem& oOther);
 
     static void AdvanceAfterWrite(sFileInfo& oInfo, std::uint32_t nCount);
     bool SeekTo(sFileInfo& oInfo, std::int64_t nTarget, unsigned long nLine) const;

@@ -12,6 +12,7 @@
 #include <Common/Platform/System/SystemMemory.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -21,6 +22,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -58,7 +60,7 @@ constexpr std::size_t BUFFER_SIZE = std::size_t{1} << 20;
 constexpr std::size_t MAXIMUM_DEPTH = 1000;
 
 // Nodes that all copies of the file system have registered; it only grows.
-std::size_t s_nRegisteredNodes = 0;
+std::atomic<std::size_t> s_nRegisteredNodes = 0;
 
 const char* GetMessage(unsigned long nCode)
 {
@@ -313,7 +315,9 @@ sArchiveInfo* CExtendedFileSystem::RegisterArchive(sArchiveInfo* pParent, const 
     std::string sName(pName);
     if (pParent == nullptr && sName.find('.') == std::string::npos)
         sName += ARCHIVE_EXTENSION;
-    if (sArchiveInfo* pKnown = FindArchive(pParent, sName.c_str()))
+    const sSplitPath oPath(sName);
+    const std::string sStored = pParent != nullptr ? sName : oPath.m_sName + oPath.m_sExtension;
+    if (sArchiveInfo* pKnown = FindArchive(pParent, sStored.c_str()))
         return pKnown;
 
     CArchiveReader oReader;
@@ -340,10 +344,13 @@ sArchiveInfo* CExtendedFileSystem::RegisterArchive(sArchiveInfo* pParent, const 
                               : oReader.ReadChild(pParent->m_nBase, pParent->m_oHeader, *pEntry, oNode),
             __LINE__);
 
-    sArchiveInfo& oInfo = m_aArchives[s_nRegisteredNodes++];
+    // A copy of the file system may have taken the last one meanwhile.
+    const std::size_t nNode = s_nRegisteredNodes++;
+    if (nNode >= m_aArchives.size())
+        return nullptr;
+
+    sArchiveInfo& oInfo = m_aArchives[nNode];
     sArchiveInfo& oParent = pParent != nullptr ? *pParent : m_oRootArchive;
-    const sSplitPath oPath(sName);
-    const std::string sStored = pParent != nullptr ? sName : oPath.m_sName + oPath.m_sExtension;
     STR_strncpy(oInfo.m_aName, sStored.c_str(), sizeof(oInfo.m_aName) - 1);
     oInfo.m_nBase = oNode.GetBase();
     oInfo.m_oHeader = oNode.GetHeader();
@@ -659,17 +666,18 @@ public:
         if (m_pRecord != nullptr)
             m_sDirectory = System::GetWorkingDirectory();
 
+        CMade oMade;
         for (std::uint32_t i = 0; i < oNode.GetEntryCount(); ++i)
         {
             if (oNode.GetEntry(i).m_nIsDirectory == 0)
-                ExtractFile(pDirectory, oNode, oNode.GetEntry(i));
+                ExtractFile(pDirectory, oNode, oNode.GetEntry(i), oMade);
         }
 
         ++m_nDepth;
         for (std::uint32_t i = 0; i < oNode.GetEntryCount(); ++i)
         {
             if (oNode.GetEntry(i).m_nIsDirectory != 0)
-                ExtractDirectory(oNode, oNode.GetEntry(i));
+                ExtractDirectory(oNode, oNode.GetEntry(i), oMade);
         }
         --m_nDepth;
 
@@ -683,7 +691,30 @@ private:
         void operator()(std::FILE* pStream) const { std::fclose(pStream); }
     };
 
-    void ExtractFile(const char* pDirectory, const CArchiveNode& oNode, const sArchiveEntry& oEntry)
+    /// What one node has put into its directory. The disk tells whether two names are one there.
+    class CMade
+    {
+    public:
+        void Add(const System::sFileStatus& oStatus) { m_oFiles.emplace(oStatus.nVolume, oStatus.nIndex); }
+
+        bool Has(const char* pName) const
+        {
+            System::sFileStatus oStatus;
+            return System::GetStatusHere(pName, oStatus) && m_oFiles.contains({oStatus.nVolume, oStatus.nIndex});
+        }
+
+    private:
+        std::set<std::pair<std::uint64_t, std::uint64_t>> m_oFiles;
+    };
+
+    // Refuses a name that leads elsewhere or to what was extracted already.
+    static void RequireNewName(const char* pName, const CMade& oMade)
+    {
+        if (!CArchiveReader::IsPlainName(pName) || oMade.Has(pName))
+            Fail(ERROR_CREATE, __LINE__);
+    }
+
+    void ExtractFile(const char* pDirectory, const CArchiveNode& oNode, const sArchiveEntry& oEntry, CMade& oMade)
     {
         if (m_pRecord != nullptr)
         {
@@ -691,9 +722,12 @@ private:
             m_oFiles.Notify(EVENT_FILE_EXTRACTED, m_pRecord->GetArgument(), 0);
         }
 
+        RequireNewName(oEntry.m_aName, oMade);
         std::unique_ptr<std::FILE, sCloseStream> pFile(System::CreateStreamHere(oEntry.m_aName));
-        if (pFile == nullptr)
+        System::sFileStatus oStatus;
+        if (pFile == nullptr || !System::GetStatus(pFile.get(), oStatus))
             Fail(ERROR_CREATE, __LINE__);
+        oMade.Add(oStatus);
         std::setvbuf(pFile.get(), nullptr, _IONBF, 0);
 
         const std::uint64_t nBegin = std::uint64_t{oNode.GetBase()} + oEntry.m_nOffset;
@@ -708,14 +742,17 @@ private:
             Fail(ERROR_WRITE, __LINE__);
     }
 
-    void ExtractDirectory(const CArchiveNode& oNode, const sArchiveEntry& oEntry)
+    void ExtractDirectory(const CArchiveNode& oNode, const sArchiveEntry& oEntry, CMade& oMade)
     {
-        if (!CArchiveReader::IsPlainName(oEntry.m_aName))
-            Fail(ERROR_CREATE, __LINE__);
+        RequireNewName(oEntry.m_aName, oMade);
 
         CArchiveNode oChild;
         Require(m_oReader.ReadChild(oNode, oEntry, oChild), __LINE__);
         ExtractNode(oEntry.m_aName, oChild);
+
+        System::sFileStatus oStatus;
+        if (System::GetStatusHere(oEntry.m_aName, oStatus))
+            oMade.Add(oStatus);
     }
 
     // Bytes of the archive, at most BUFFER_SIZE; what lies behind them is read along, for the next files.

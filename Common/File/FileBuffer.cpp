@@ -11,6 +11,14 @@ void CFileBuffer::Attach(bool bWritable, std::uint64_t nPointer) noexcept
     m_nPointer = nPointer;
     m_nReadable = m_nDirty = 0;
     m_bWritable = bWritable;
+    m_bShared = false;
+}
+
+void CFileBuffer::Share(CFileBuffer& oOther) noexcept
+{
+    Attach(oOther.m_bWritable, UNKNOWN);
+    oOther.m_nPointer = UNKNOWN;
+    m_bShared = oOther.m_bShared = true;
 }
 
 std::span<const char> CFileBuffer::Peek(int nFile, std::uint64_t nOffset, std::uint32_t nLeft) noexcept
@@ -103,12 +111,12 @@ bool CFileBuffer::MovePointer(int nFile, std::uint64_t nOffset) noexcept
     return m_nPointer == nOffset || System::SeekFile(nFile, static_cast<std::int64_t>(nOffset), SEEK_SET);
 }
 
-// After a transfer that fell short nobody knows where the pointer stands.
+// After a transfer that fell short, or when the file is shared, nobody knows where the pointer stands.
 
 std::uint32_t CFileBuffer::ReadFile(int nFile, std::uint64_t nOffset, void* pTarget, std::uint32_t nCount) noexcept
 {
     const std::uint32_t nRead = MovePointer(nFile, nOffset) ? FILE_Read(nFile, pTarget, 1, nCount) : 0;
-    m_nPointer = nRead == nCount ? nOffset + nCount : UNKNOWN;
+    m_nPointer = nRead == nCount && !m_bShared ? nOffset + nCount : UNKNOWN;
     return nRead;
 }
 
@@ -116,6 +124,6 @@ std::uint32_t CFileBuffer::WriteFile(int nFile, std::uint64_t nOffset, const voi
                                      std::uint32_t nCount) noexcept
 {
     const std::uint32_t nWritten = MovePointer(nFile, nOffset) ? FILE_Write(nFile, pSource, 1, nCount) : 0;
-    m_nPointer = nWritten == nCount ? nOffset + nCount : UNKNOWN;
+    m_nPointer = nWritten == nCount && !m_bShared ? nOffset + nCount : UNKNOWN;
     return nWritten;
 }

@@ -28,6 +28,9 @@ public:
     /// @param nPointer   where the physical pointer stands, UNKNOWN when that is not known
     void Attach(bool bWritable, std::uint64_t nPointer) noexcept;
 
+    /// Starts with the file of another buffer, which is flushed. Neither relies on the physical pointer any more.
+    void Share(CFileBuffer& oOther) noexcept;
+
     /// Reads nCount bytes.
     ///
     /// @param nLeft  bytes from nOffset on that may be read, at least nCount
@@ -95,4 +98,5 @@ private:
     std::uint32_t m_nReadable = 0;      // bytes that were read ahead; 0 while there are
     std::uint32_t m_nDirty = 0;         // bytes that wait to be written
     bool m_bWritable = false;
+    bool m_bShared = false; // somebody else moves the physical pointer, too
 };

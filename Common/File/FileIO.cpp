@@ -4,11 +4,13 @@
 #include <Common/File/FileIO.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <limits>
 #include <string>
+#include <system_error>
 
 namespace
 {
@@ -103,6 +105,40 @@ bool ConvertInteger(const char* pText, std::int32_t& nValue)
         nResult = nResult * nBase + DigitValue(*pText);
     nValue = static_cast<std::int32_t>(bNegative ? 0 - nResult : nResult);
     return true;
+}
+
+/// Converts a text as "%f" does in the "C" locale, whatever the locale of the program is. A text that does not begin
+/// with a number leaves the value as it is.
+void ConvertFloat(const char* pText, float& fValue)
+{
+    while (IsBlank(*pText) || *pText == '\v' || *pText == '\f')
+        ++pText;
+
+    const bool bNegative = *pText == '-';
+    if (*pText == '-' || *pText == '+')
+        ++pText;
+    if (*pText == '-')
+        return;
+
+    const char* const pEnd = pText + std::strlen(pText);
+    const bool bHexadecimal = pText[0] == '0' && (pText[1] == 'x' || pText[1] == 'X');
+    if (bHexadecimal && DigitValue(pText[2]) >= 16 && pText[2] != '.')
+        return;
+
+    float fNumber = 0;
+    const std::errc nError = bHexadecimal ? std::from_chars(pText + 2, pEnd, fNumber, std::chars_format::hex).ec
+                                          : std::from_chars(pText, pEnd, fNumber).ec;
+    if (nError == std::errc::invalid_argument)
+        return;
+
+    // A token is short: what does not fit into a float is so by its exponent.
+    if (nError == std::errc::result_out_of_range)
+    {
+        const char* const pExponent = std::strpbrk(pText, bHexadecimal ? "pP" : "eE");
+        const bool bTiny = pExponent != nullptr && pExponent[1] == '-';
+        fNumber = bTiny ? 0 : std::numeric_limits<float>::infinity();
+    }
+    fValue = bNegative ? -fNumber : fNumber;
 }
 
 // Replaces the text of a string, NULs included; its string id stays.
@@ -395,9 +431,7 @@ bool CFileIO::ReadAscii(float& fValue, char cDelimiter)
     if (!ReadToken(aToken, sizeof aToken, cDelimiter))
         return false;
 
-    float fNumber = 0;
-    if (std::sscanf(aToken, "%f", &fNumber) == 1)
-        fValue = fNumber;
+    ConvertFloat(aToken, fValue);
     return true;
 }
 
@@ -511,8 +545,10 @@ bool CFileIO::WriteAscii(unsigned long nValue)
 bool CFileIO::WriteAscii(float fValue)
 {
     char aText[NUMBER_TEXT_SIZE];
-    const int nLength = std::snprintf(aText, sizeof aText, "%.4f; ", static_cast<double>(fValue));
-    return Write(aText, static_cast<unsigned long>(nLength));
+    char* pEnd = std::to_chars(aText, aText + sizeof aText, fValue, std::chars_format::fixed, 4).ptr;
+    *pEnd++ = ';';
+    *pEnd++ = ' ';
+    return Write(aText, static_cast<unsigned long>(pEnd - aText));
 }
 
 bool CFileIO::WriteAscii(int nValue)

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 namespace
 {
@@ -63,7 +64,13 @@ CMemFileIO::~CMemFileIO()
 
 void CMemFileIO::Attach(unsigned char* pBuffer, unsigned long nBufferSize, unsigned long nGrowStep)
 {
+    // The own block becomes the caller's, as by Detach().
+    const std::shared_ptr<sBlock> pOld = m_pBlock;
+    const bool bOwnBlock = IsInside(pBuffer);
     m_pBlock = pBuffer != nullptr ? std::make_shared<sBlock>(pBuffer, false) : nullptr;
+    if (bOwnBlock)
+        pOld->m_bOwned = false;
+
     m_nGrowStep = Saturate(nGrowStep);
     m_nPosition = 0;
     m_nCapacity = pBuffer != nullptr ? Saturate(nBufferSize) : 0;
@@ -139,7 +146,14 @@ bool CMemFileIO::Write(const void* pSource, unsigned long nCount)
     if (nCount > MAX_SIZE - m_nPosition)
         GrowFile(std::uint64_t{MAX_SIZE} + 1);
     if (m_nPosition + nCount > m_nCapacity)
+    {
+        // The source may lie in the block, which moves.
+        const bool bOwnBlock = IsInside(pSource);
+        const auto nOffset = bOwnBlock ? static_cast<const unsigned char*>(pSource) - m_pBuffer : 0;
         GrowFile(std::uint64_t{m_nPosition} + nCount);
+        if (bOwnBlock)
+            pSource = m_pBuffer + nOffset;
+    }
 
     const auto nBytes = static_cast<std::uint32_t>(nCount);
     Memcpy(m_pBuffer + m_nPosition, pSource, nBytes);
@@ -234,8 +248,16 @@ void CMemFileIO::GrowFile(std::uint64_t nNewSize)
     }
     else
     {
-        auto pBlock = std::make_shared<sBlock>(Alloc(nCapacity), m_bAutoDelete);
-        if (pBlock->m_pBytes == nullptr)
+        std::shared_ptr<sBlock> pBlock;
+        try
+        {
+            pBlock = std::make_shared<sBlock>(nullptr, m_bAutoDelete);
+            pBlock->m_pBytes = Alloc(nCapacity);
+        }
+        catch (const std::bad_alloc&)
+        {
+        }
+        if (pBlock == nullptr || pBlock->m_pBytes == nullptr)
             ThrowException(ERROR_NO_MEMORY, __LINE__, SOURCE_FILE, nullptr);
         Memcpy(pBlock->m_pBytes, m_pBuffer, m_nCapacity);
         m_pBlock = std::move(pBlock);
@@ -245,6 +267,11 @@ void CMemFileIO::GrowFile(std::uint64_t nNewSize)
     // No byte that was never written leaves the block with what lay in memory before.
     MEM_Zero(m_pBuffer + m_nCapacity, nCapacity - m_nCapacity);
     m_nCapacity = nCapacity;
+}
+
+bool CMemFileIO::IsInside(const void* pAddress) const
+{
+    return reinterpret_cast<std::uintptr_t>(pAddress) - reinterpret_cast<std::uintptr_t>(m_pBuffer) < m_nCapacity;
 }
 
 unsigned char* CMemFileIO::Alloc(std::uint32_t nSize)
@@ -259,7 +286,8 @@ unsigned char* CMemFileIO::Realloc(unsigned char* pBlock, std::uint32_t nSize)
 
 void CMemFileIO::Memcpy(void* pTarget, const void* pSource, std::uint32_t nSize)
 {
-    MEM_Copy(pTarget, pSource, nSize);
+    // The two may overlap, when a file is written to from its own block.
+    MEM_Move(pTarget, pSource, nSize);
 }
 
 void CMemFileIO::Free(unsigned char* pBlock)

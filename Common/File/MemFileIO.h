@@ -48,7 +48,8 @@ public:
     /// Frees the block if it is owned and nobody shares it.
     ~CMemFileIO() override;
 
-    /// Goes on in a block of the caller, who keeps it; an own block is freed if nobody shares it.
+    /// Goes on in a block of the caller, who keeps it; an own block is freed if nobody shares it. When the block given
+    /// is the own one it becomes the caller's, as by Detach().
     ///
     /// @param nBufferSize  bytes of the block
     /// @param nGrowStep    0: the block is the file's content and cannot grow. Else the file is empty, and the block
@@ -61,7 +62,8 @@ public:
     /// @return the block, null when there is none
     unsigned char* Detach();
 
-    /// Sets the size; the block grows if it must, new bytes are 0, and a position beyond the new size moves to it.
+    /// Sets the size, and a position beyond it moves to it. The block grows if it must, and the bytes that it gains are
+    /// 0; those that it had already stay as they are.
     ///
     /// @throws CMemFileIOException  4600, 4601
     void SetSize(unsigned long nSize);
@@ -94,7 +96,7 @@ public:
     ///         of the variable stay as it was. Kept: callers rely on it
     bool Read(void* pTarget, unsigned long nCount) override;
 
-    /// Writes bytes; the block grows if it must.
+    /// Writes bytes; the block grows if it must. They may lie in the block itself.
     ///
     /// @return true
     /// @throws CMemFileIOException  4600, 4601
@@ -145,6 +147,10 @@ private:
     struct sBlock;
 
     void GrowFile(std::uint64_t nNewSize);
+
+    // Tells whether an address lies in the block.
+    bool IsInside(const void* pAddress) const;
+
     static unsigned char* Alloc(std::uint32_t nSize);
     static unsigned char* Realloc(unsigned char* pBlock, std::uint32_t nSize);
     static void Memcpy(void* pTarget, const void* pSource, std::uint32_t nSize);

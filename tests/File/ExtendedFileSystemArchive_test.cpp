@@ -649,6 +649,56 @@ TEST(IsolatedArchiveRegistry, HoldsTwoHundredFiftySixNodesAndNoMore)
     EXPECT_EQ(LowestFreeHandle(), 0);
 }
 
+TEST(IsolatedArchiveRegistry, TakesOneNodeForAnArchiveWithADrive)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", "p"}}));
+    oDirectory.Write("q.arc", MakeArchiveNode({{"a", "q"}}));
+
+    // Where there are no drives it is a name like any other, and registered without what stands before the colon.
+    std::string sDrive = Here().substr(0, 2);
+    if (sDrive[1] != ':')
+    {
+        sDrive = "d:";
+        oDirectory.Write("d:p.arc", MakeArchiveNode({{"a", "p"}}));
+    }
+    for (int i = 0; i < 300; ++i)
+        ASSERT_EQ(ReadThroughFiles(sDrive + "p/a"), "p") << i;
+    EXPECT_EQ(ReadThroughFiles("q/a"), "q");
+}
+
+TEST(IsolatedArchiveRegistry, IsCopiedWithAllThatIsInIt)
+{
+    const CTestDirectory oDirectory;
+    for (const char* pName : {"p", "q"})
+        oDirectory.Write(std::string(pName) + ".arc",
+                         MakeArchiveNode({{"a", pName}, {"sub", MakeArchiveNode({{"x", "deep"}}), true}}));
+    const auto CountFound = [](CExtendedFileSystem& oFiles)
+    {
+        int nFound = 0;
+        for (const char* pName : {"p/a", "q/a", "p/sub/x", "q/sub/x"})
+            nFound += oFiles.FileExists(pName) ? 1 : 0;
+        return nFound;
+    };
+
+    auto pFirst = std::make_unique<CExtendedFileSystem>(Files());
+    ASSERT_EQ(CountFound(*pFirst), 4);
+    auto pSecond = std::make_unique<CExtendedFileSystem>(*pFirst);
+    auto pThird = std::make_unique<CExtendedFileSystem>(Files());
+    *pThird = *pSecond;
+
+    // Nothing of a copy leads into its source: neither its going nor what it registers later is seen.
+    pFirst.reset();
+    oDirectory.Write("r.arc", MakeArchiveNode({{"a", "r"}}));
+    EXPECT_TRUE(pSecond->FileExists("r/a"));
+    oDirectory.Write("r.arc", "no archive any more");
+    EXPECT_TRUE(pSecond->FileExists("r/a"));
+    EXPECT_EQ(Thrown([&] { pThird->FileExists("r/a"); }), WRONG_VERSION);
+    EXPECT_EQ(CountFound(*pSecond), 4);
+    pSecond.reset();
+    EXPECT_EQ(CountFound(*pThird), 4);
+}
+
 TEST(IsolatedArchiveRegistry, LosesNoNodeToBrokenArchives)
 {
     const CTestDirectory oDirectory;
@@ -836,6 +886,37 @@ TEST(IsolatedArchiveExtraction, RefusesNamesThatLeadElsewhere)
             EXPECT_EQ(Here(), sHere);
         }
     }
+}
+
+TEST(IsolatedArchiveExtraction, RefusesASecondOfOneName)
+{
+    const CTestDirectory oDirectory;
+    const std::string sNode = MakeArchiveNode({{"inner", "x"}});
+    oDirectory.Write("files.arc", MakeArchiveNode({{"a", "first"}, {"b", "b"}, {"a", "second"}}));
+    EXPECT_EQ(ExtractError("files", ""), NOT_CREATED);
+    EXPECT_EQ(oDirectory.Read("files/a"), "first");
+    EXPECT_EQ(ExtractError("files", ""), NOT_CREATED) << "what lay there before is replaced, once";
+
+    oDirectory.Write("both.arc", MakeArchiveNode({{"a", sNode, true}, {"a", "file"}}));
+    EXPECT_EQ(ExtractError("both", ""), NOT_CREATED);
+    EXPECT_EQ(oDirectory.Read("both/a"), "file");
+
+    oDirectory.Write("directories.arc",
+                     MakeArchiveNode({{"a", sNode, true}, {"a", MakeArchiveNode({{"other", "y"}}), true}}));
+    EXPECT_EQ(ExtractError("directories", ""), NOT_CREATED);
+    EXPECT_TRUE(oDirectory.Has("directories/a/inner"));
+    EXPECT_FALSE(oDirectory.Has("directories/a/other"));
+}
+
+TEST(IsolatedArchiveExtraction, RefusesNamesThatAreOneOnThisDisk)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("probe", "");
+    const bool bCaseBlind = fs::exists("PROBE");
+    oDirectory.Write("p.arc", MakeArchiveNode({{"name", "small"}, {"NAME", "capital"}}));
+    EXPECT_EQ(ExtractError("p", ""), bCaseBlind ? NOT_CREATED : "");
+    EXPECT_EQ(oDirectory.Read("p/name"), "small");
+    EXPECT_EQ(oDirectory.Read("p/NAME"), bCaseBlind ? "small" : "capital");
 }
 
 TEST(IsolatedArchiveExtraction, TakesNamesAsThisSystemDoes)
@@ -1072,6 +1153,57 @@ TEST(IsolatedArchiveNotification, TellsEveryFileAndDirectory)
     Files().RemoveCallback(NoteEvent);
     ASSERT_TRUE(Files().CreateArchive("x", "tree"));
     EXPECT_TRUE(s_aEvents.empty());
+}
+
+TEST(IsolatedArchiveNotification, CallsAllInTheirOrder)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("tree/a", "a");
+    static std::vector<std::pair<char, unsigned long>> s_aCalls;
+    const auto NoteFirst = [](int, unsigned long, unsigned long, unsigned long nUser)
+    { s_aCalls.emplace_back('f', nUser); };
+    const auto NoteSecond = [](int, unsigned long, unsigned long, unsigned long nUser)
+    { s_aCalls.emplace_back('s', nUser); };
+
+    Files().AddCallback(NoteFirst, 3);
+    Files().AddCallback(NoteSecond, 1);
+    Files().AddCallback(NoteFirst, 2);
+    ASSERT_TRUE(Files().CreateArchive("x", "tree"));
+
+    // Twice: when the file is counted, and when it is stored.
+    const std::vector<std::pair<char, unsigned long>> aExpected = {{'f', 3}, {'s', 1}, {'f', 2},
+                                                                   {'f', 3}, {'s', 1}, {'f', 2}};
+    EXPECT_EQ(s_aCalls, aExpected);
+}
+
+TEST(IsolatedArchiveNotification, CutsALongDirectory)
+{
+    const CTestDirectory oDirectory;
+    if (Here().find('\\') != std::string::npos)
+        GTEST_SKIP() << "the current directory of this system is never so long";
+    for (int i = 0; i < 3; ++i)
+    {
+        const std::string sName(100, static_cast<char>('a' + i));
+        ASSERT_EQ(DIR_Create(sName.c_str()), 1);
+        ASSERT_EQ(DIR_Change(sName.c_str()), 1);
+    }
+    const unsigned long nEmpty = Files().CreateFile("name");
+    Files().CloseFile(nEmpty);
+
+    static std::string s_sHere;
+    s_sHere = Here();
+    static int s_nCalls = 0;
+    Files().AddCallback(
+        [](int, unsigned long nRecord, unsigned long, unsigned long)
+        {
+            const char* const pRecord = reinterpret_cast<const char*>(static_cast<std::uintptr_t>(nRecord));
+            EXPECT_EQ(std::string(pRecord), s_sHere.substr(0, 259));
+            EXPECT_STREQ(pRecord + 260, "name");
+            ++s_nCalls;
+        },
+        0);
+    ASSERT_TRUE(Files().CreateArchive("../x", ""));
+    EXPECT_EQ(s_nCalls, 2);
 }
 
 TEST(IsolatedArchiveNotification, LetsACallbackEndTheWork)

@@ -226,6 +226,73 @@ TEST_F(ExtendedFileSystem, CopiesHaveRootsAndCallbacksOfTheirOwnAndTheSameFiles)
     m_pFiles->CloseFile(nHandle);
 }
 
+TEST_F(ExtendedFileSystem, CopiesOfAFileReadWhatTheyAskFor)
+{
+    std::string sBytes(40000, '\0');
+    for (std::size_t i = 0; i < sBytes.size(); ++i)
+        sBytes[i] = static_cast<char>(i * 31 / 7);
+    const unsigned long nHandle = OpenWith(sBytes);
+    EXPECT_EQ(ReadSome(nHandle, 4), sBytes.substr(0, 4));
+    {
+        CExtendedFileSystem oCopy(*m_pFiles);
+        CExtendedFileSystem oCopyOfCopy(oCopy);
+        std::size_t nPosition = 4;
+        for (const unsigned long nCount : {10UL, 5000UL, 100UL, 4096UL, 9000UL, 1UL})
+        {
+            for (CExtendedFileSystem* const pEach : {&oCopy, m_pFiles, &oCopyOfCopy})
+            {
+                std::string sRead(nCount, '?');
+                EXPECT_EQ(pEach->ReadFile(nHandle, sRead.data(), nCount), nCount);
+                EXPECT_EQ(sRead, sBytes.substr(nPosition, nCount));
+            }
+            nPosition += nCount;
+        }
+    }
+    m_pFiles->CloseFile(nHandle);
+}
+
+TEST_F(ExtendedFileSystem, CopiesWriteOnlyWhatWasOpenedForWriting)
+{
+    const unsigned long nRead = OpenWith("abcdef");
+    const unsigned long nWrite = m_pFiles->CreateFile("written");
+    m_pFiles->WriteFile(nWrite, "one", 3);
+    {
+        CExtendedFileSystem oCopy(*m_pFiles);
+        ExpectError(WRITE_FAILED, [&] { oCopy.WriteFile(nRead, "x", 1); });
+        EXPECT_EQ(oCopy.WriteFile(nWrite, "two", 3), 3U);
+        EXPECT_TRUE(oCopy.Flush(nWrite));
+    }
+    EXPECT_EQ(m_oDirectory.Read("written"), "onetwo");
+    m_pFiles->CloseFile(nRead);
+    m_pFiles->CloseFile(nWrite);
+}
+
+TEST_F(ExtendedFileSystem, AssigningToACopyLosesNothingThatItWrote)
+{
+    CExtendedFileSystem oCopy(*m_pFiles);
+    const unsigned long nHandle = oCopy.CreateFile("written");
+    oCopy.WriteFile(nHandle, "text", 4);
+    oCopy = *m_pFiles;
+    EXPECT_FALSE(oCopy.IsFileOpen(nHandle));
+    EXPECT_EQ(m_oDirectory.Read("written"), "text");
+}
+
+TEST_F(ExtendedFileSystem, TwoThatCopyEachOtherDoNotWaitForEver)
+{
+    CExtendedFileSystem oFirst(*m_pFiles);
+    CExtendedFileSystem oSecond(*m_pFiles);
+    std::thread oThread(
+        [&]
+        {
+            for (int i = 0; i < 100; ++i)
+                oFirst = oSecond;
+        });
+    for (int i = 0; i < 100; ++i)
+        oSecond = oFirst;
+    oThread.join();
+    EXPECT_EQ(oFirst.GetRootCount(), 0);
+}
+
 // ---------------------------------------------------------------- opening
 
 TEST_F(ExtendedFileSystem, GivesOutHandlesFromOne)

@@ -4,10 +4,12 @@
 #include <Common/File/FileIO.h>
 #include <Common/File/MemFileIO.h>
 #include <tests/support/TestDirectory.h>
+#include <tests/support/TestLocale.h>
 #include <tests/support/VirtualSlot.h>
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -1125,4 +1127,41 @@ TEST_F(FileIO, VirtualOperationsStandInTheirOrder)
     }
     EXPECT_EQ(VirtualSlot(&CMemFileIO::GetBufferSize), nNext);
     EXPECT_EQ(VirtualSlot(&CMemFileIO::GetBuffer), nNext + 1);
+}
+
+TEST_F(FileIO, ReadsFloatsAsTheyComeFromOthers)
+{
+    constexpr float INFINITE = std::numeric_limits<float>::infinity();
+
+    const std::vector<std::pair<std::string, float>> aCases = {
+        {"+2.5;", 2.5F},        {"-.5;", -0.5F},       {"3 x;", 3},       {"4.x;", 4},        {"1e2;", 100},
+        {"1e50;", INFINITE},    {"-1e99;", -INFINITE}, {"1e-99;", 0},     {"-1e-99;", 0},     {"0x1p4;", 16},
+        {"0x1p999;", INFINITE}, {"0x1p-999;", 0},      {"-0x.8;", -0.5F}, {"inf;", INFINITE}, {"1,5;", 1},
+        {"+-1;", 77},           {"--1;", 77},          {"0x-1;", 77},     {"x;", 77},         {"-;", 77}};
+    for (const auto& [sText, fExpected] : aCases)
+    {
+        float fValue = 77;
+        EXPECT_TRUE(Reader(sText).ReadAscii(fValue)) << sText;
+        EXPECT_EQ(fValue, fExpected) << sText;
+    }
+}
+
+// ---------------------------------------------------------------- locales
+
+TEST(IsolatedFileIOLocale, WritesAndReadsTheSameNumbersInAll)
+{
+    const CTestLocale oLocale(eTestText::Turkish);
+    if (!oLocale.WhyNot().empty())
+        GTEST_SKIP() << oLocale.WhyNot();
+    if (std::localeconv()->decimal_point != std::string(","))
+        GTEST_SKIP() << "the locale of this system writes numbers with a point";
+
+    CMemFileIO oFile(64);
+    EXPECT_TRUE(oFile.WriteAscii(1.5F));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(oFile.GetBuffer()), oFile.GetSize()), "1.5000; ");
+
+    float fValue = 0;
+    oFile.SetFilePointerPos(0);
+    EXPECT_TRUE(oFile.ReadAscii(fValue));
+    EXPECT_EQ(fValue, 1.5F);
 }

@@ -172,6 +172,44 @@ TEST(MemFileIO, AttachStartsAnew)
     EXPECT_FALSE(oFile.Read(&cNext, 1));
 }
 
+TEST(MemFileIO, AttachingTheOwnBlockHandsItOver)
+{
+    CMemFileIO oFile(8);
+    EXPECT_TRUE(oFile.Write("abcdef", 6));
+    unsigned char* const pBlock = oFile.GetBuffer();
+    oFile.Attach(pBlock, oFile.GetSize(), 0);
+    EXPECT_EQ(oFile.GetBuffer(), pBlock);
+    EXPECT_EQ(Content(oFile), "abcdef");
+    oFile.Close();
+    EXPECT_EQ(std::memcmp(pBlock, "abcdef", 6), 0) << "the block is the caller's now";
+
+    oFile.Attach(pBlock, 8, 8);
+    EXPECT_TRUE(oFile.Write("0123456789", 10));
+    unsigned char* const pGrown = oFile.GetBuffer();
+    oFile.Attach(pGrown + 4, 6, 0);
+    EXPECT_EQ(Content(oFile), "456789");
+    MEM_Free(pGrown);
+}
+
+TEST(MemFileIO, TakesBytesOfItsOwnBlock)
+{
+    CMemFileIO oFile(8);
+    EXPECT_TRUE(oFile.Write("01234567", 8));
+    EXPECT_TRUE(oFile.Write(oFile.GetBuffer() + 2, 5)) << "the block grows, and may move";
+    EXPECT_EQ(Content(oFile), "0123456723456");
+
+    const CMemFileIO oCopy(oFile);
+    EXPECT_TRUE(oFile.Write(oFile.GetBuffer(), 8)) << "the block is left to the copy";
+    EXPECT_EQ(Content(oFile), "012345672345601234567");
+
+    oFile.SetFilePointerPos(2);
+    EXPECT_TRUE(oFile.Write(oFile.GetBuffer(), 6)) << "source and target overlap";
+    EXPECT_EQ(Content(oFile), "010123452345601234567");
+    oFile.SetFilePointerPos(0);
+    EXPECT_TRUE(oFile.Write(oFile.GetBuffer() + 1, 6));
+    EXPECT_EQ(Content(oFile), "101234452345601234567");
+}
+
 TEST(MemFileIO, DetachHandsTheBlockOver)
 {
     unsigned char* pBlock = nullptr;

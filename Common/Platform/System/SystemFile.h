@@ -131,6 +131,12 @@ struct sFileStatus
 /// @return              false when it is missing
 bool GetStatus(const char* pPath, sFileStatus& oStatus, bool bFollowLinks = true) noexcept;
 
+/// Tells the status of what stands under exactly this name in the current directory, of a link itself.
+///
+/// @param pName  a plain name, see IsPlainName()
+/// @return       false when it is missing
+bool GetStatusHere(const char* pName, sFileStatus& oStatus) noexcept;
+
 /// Tells the status of an open file.
 bool GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept;
 
@@ -202,7 +208,7 @@ public:
 
     /// Starts a new search; an older one ends.
     ///
-    /// @return false when there is no such directory, or no memory
+    /// @return false when there is no such directory, when not all of its names can be read, or no memory
     bool Start(const char* pPattern) noexcept;
 
     /// Goes to the next name.

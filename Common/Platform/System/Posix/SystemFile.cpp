@@ -345,6 +345,13 @@ bool IsSettledNow(const sDirectoryState& oState) noexcept
     return ::clock_gettime(CLOCK_REALTIME, &oNow) == 0 && oState.IsSettled(oNow);
 }
 
+// The next entry of a directory; null at the end, and with errno not 0 when it cannot be read.
+const dirent* ReadEntry(DIR* pStream) noexcept
+{
+    errno = 0;
+    return ::readdir(pStream);
+}
+
 // The listing of a directory whose status was just asked; null when it cannot be read.
 CListingPtr GetListing(const char* pDirectory, const struct stat& oStat)
 {
@@ -361,9 +368,11 @@ CListingPtr GetListing(const char* pDirectory, const struct stat& oStat)
     const bool bKeep = eTrust != eListingTrust::None && IsSettledNow(oState);
 
     const auto pListing = std::make_shared<CListing>(eTrust);
-    while (const dirent* pEntry = ::readdir(pStream.get()))
+    while (const dirent* pEntry = ReadEntry(pStream.get()))
         if (!IsDotOrDotDot(pEntry->d_name))
             pListing->Add(pEntry->d_name);
+    if (errno != 0)
+        return nullptr;
     pListing->Finish();
 
     struct stat oAfter;
@@ -864,6 +873,16 @@ bool System::GetStatus(const char* pPath, sFileStatus& oStatus, bool bFollowLink
     return true;
 }
 
+bool System::GetStatusHere(const char* pName, sFileStatus& oStatus) noexcept
+{
+    struct stat oStat;
+    if (::lstat(pName, &oStat) != 0)
+        return false;
+
+    oStatus = MakeStatus(oStat);
+    return true;
+}
+
 bool System::GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept
 {
     struct stat oStat;
@@ -978,9 +997,11 @@ try
     oDescriptor.Detach();
 
     const CNamePattern oNamePattern(oPattern.View().substr(nNameBegin));
-    while (const dirent* pEntry = ::readdir(pState->pStream.get()))
+    while (const dirent* pEntry = ReadEntry(pState->pStream.get()))
         if (oNamePattern.Matches(pEntry->d_name))
             pState->oNames.Add(pEntry->d_name, pEntry->d_type, 0);
+    if (errno != 0)
+        return false;
     pState->oNames.Sort();
 
     m_pState = std::move(pState);

@@ -280,6 +280,11 @@ bool System::GetStatus(const char* pPath, sFileStatus& oStatus, bool bFollowLink
     return oHandle.IsValid() && GetHandleStatus(oHandle.Get(), bFollowLinks, oStatus);
 }
 
+bool System::GetStatusHere(const char* pName, sFileStatus& oStatus) noexcept
+{
+    return GetStatus(pName, oStatus, false);
+}
+
 bool System::GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept
 {
     return GetHandleStatus(reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(pStream))), true, oStatus);
@@ -405,6 +410,8 @@ try
         pState->oNames.Add(oData.cFileName, bDirectory ? TYPE_DIRECTORY : 0,
                            bDirectory ? 0 : Join(oData.nFileSizeHigh, oData.nFileSizeLow));
     }
+    if (pFind != INVALID_HANDLE_VALUE && ::GetLastError() != ERROR_NO_MORE_FILES)
+        return false;
     pState->oNames.Sort();
 
     m_pState = std::move(pState);
