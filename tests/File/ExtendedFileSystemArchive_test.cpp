@@ -691,7 +691,7 @@ TEST(IsolatedArchiveRegistry, IsCopiedWithAllThatIsInIt)
     pFirst.reset();
     oDirectory.Write("r.arc", MakeArchiveNode({{"a", "r"}}));
     EXPECT_TRUE(pSecond->FileExists("r/a"));
-    oDirectory.Write("r.arc", "no archive any more");
+    oDirectory.Write("r.arc", "no archive any more, but long enough for a header");
     EXPECT_TRUE(pSecond->FileExists("r/a"));
     EXPECT_EQ(Thrown([&] { pThird->FileExists("r/a"); }), WRONG_VERSION);
     EXPECT_EQ(CountFound(*pSecond), 4);
