@@ -435,14 +435,14 @@ BENCHMARK_CAPTURE(OpenPeer, 100000, 100000)->Name("open_read_close/of_100000_ent
 BENCHMARK_CAPTURE(TouchOurs, 100000, 100000)->Name("first_touch/ours")->Iterations(FIRST_TOUCHES)->UseRealTime();
 BENCHMARK_CAPTURE(TouchRead, 100000, 100000)->Name("first_touch/read")->Iterations(FIRST_TOUCHES)->UseRealTime();
 BENCHMARK_CAPTURE(TouchPeer, 100000, 100000)->Name("first_touch/physfs")->Iterations(1)->UseRealTime();
-BENCHMARK_CAPTURE(CreateOurs, small, "small")->Name("create/small_files/ours")->Iterations(5)->UseRealTime();
-BENCHMARK_CAPTURE(CreateTar, small, "small")->Name("create/small_files/tar")->Iterations(5)->UseRealTime();
-BENCHMARK_CAPTURE(ExtractOurs, small, "small")->Name("extract/small_files/ours")->Iterations(5)->UseRealTime();
-BENCHMARK_CAPTURE(ExtractTar, small, "small")->Name("extract/small_files/tar")->Iterations(5)->UseRealTime();
-BENCHMARK_CAPTURE(CreateOurs, large, "large")->Name("create/1_GiB/ours")->Iterations(3)->UseRealTime();
-BENCHMARK_CAPTURE(CreateTar, large, "large")->Name("create/1_GiB/tar")->Iterations(3)->UseRealTime();
-BENCHMARK_CAPTURE(ExtractOurs, large, "large")->Name("extract/1_GiB/ours")->Iterations(3)->UseRealTime();
-BENCHMARK_CAPTURE(ExtractTar, large, "large")->Name("extract/1_GiB/tar")->Iterations(3)->UseRealTime();
+BENCHMARK_CAPTURE(CreateOurs, small, "small")->Name("create/small_files/ours")->Iterations(3)->UseRealTime();
+BENCHMARK_CAPTURE(CreateTar, small, "small")->Name("create/small_files/tar")->Iterations(3)->UseRealTime();
+BENCHMARK_CAPTURE(ExtractOurs, small, "small")->Name("extract/small_files/ours")->Iterations(3)->UseRealTime();
+BENCHMARK_CAPTURE(ExtractTar, small, "small")->Name("extract/small_files/tar")->Iterations(3)->UseRealTime();
+BENCHMARK_CAPTURE(CreateOurs, large, "large")->Name("create/1_GiB/ours")->Iterations(1)->UseRealTime();
+BENCHMARK_CAPTURE(CreateTar, large, "large")->Name("create/1_GiB/tar")->Iterations(1)->UseRealTime();
+BENCHMARK_CAPTURE(ExtractOurs, large, "large")->Name("extract/1_GiB/ours")->Iterations(1)->UseRealTime();
+BENCHMARK_CAPTURE(ExtractTar, large, "large")->Name("extract/1_GiB/tar")->Iterations(1)->UseRealTime();
 } // namespace
 
 int main(int nArguments, char** ppArguments)

@@ -236,7 +236,7 @@ void CreateArchive(const std::string& sArchive, const std::string& sDirectory)
     const std::string sTarget = AddArchiveExtension(sArchive);
     RequireDirectory(sDirectory);
     RequireOutside(sTarget, sDirectory);
-    const sSourceTree oTree(sDirectory);
+    const sSourceTree oTree(sDirectory, IsErrorTerminal());
     WarnOf(oTree, sDirectory);
 
     CTemporaryFile oTemporary(sTarget);

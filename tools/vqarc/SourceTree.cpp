@@ -7,92 +7,73 @@
 #include <algorithm>
 #include <system_error>
 #include <tuple>
-#include <utility>
 
 namespace fs = std::filesystem;
 
 namespace
 {
-// The order of the entries in an archive: by letters without regard to case, then by bytes.
-bool ComesFirst(const std::string& sFirst, const std::string& sSecond)
+/// A name in a directory, and what orders it there: its letters without regard to case, then its bytes.
+struct sName
 {
-    std::string sFoldedFirst = sFirst;
-    std::string sFoldedSecond = sSecond;
-    for (std::string* pName : {&sFoldedFirst, &sFoldedSecond})
+    explicit sName(const fs::directory_entry& oEntry)
+        : m_oEntry(oEntry), m_sName(oEntry.path().filename().string()), m_sFolded(m_sName)
     {
-        for (char& cByte : *pName)
-            cByte = cByte >= 'a' && cByte <= 'z' ? static_cast<char>(cByte - 'a' + 'A') : cByte;
+        STR_strupr(m_sFolded.data());
     }
-    return std::tie(sFoldedFirst, sFirst) < std::tie(sFoldedSecond, sSecond);
-}
+
+    bool operator<(const sName& oOther) const
+    {
+        return std::tie(m_sFolded, m_sName) < std::tie(oOther.m_sFolded, oOther.m_sName);
+    }
+
+    fs::directory_entry m_oEntry;
+    std::string m_sName;
+    std::string m_sFolded;
+};
 } // namespace
 
-sSourceTree::sSourceTree(const fs::path& oTop)
+sSourceTree::sSourceTree(const fs::path& oTop, bool bSizes)
 {
-    std::vector<fs::path> aAbove;
-    Walk(oTop, "", aAbove);
+    Walk(oTop, "", bSizes);
 }
 
-void sSourceTree::Walk(const fs::path& oDirectory, const std::string& sPath, std::vector<fs::path>& aAbove)
+void sSourceTree::Walk(const fs::path& oDirectory, const std::string& sPath, bool bSizes)
 {
     std::error_code oError;
     const fs::path oReal = fs::canonical(oDirectory, oError);
-    fs::directory_iterator oEntries(oDirectory, oError);
-    if (oError)
-        throw CFailure(oDirectory.string(), oError.message());
-    if (std::find(aAbove.begin(), aAbove.end(), oReal) != aAbove.end())
+    if (std::find(m_aAbove.begin(), m_aAbove.end(), oReal) != m_aAbove.end())
         throw CFailure(oDirectory.string(), "a link that leads back into its own parents");
 
+    std::vector<sName> aNames;
+    for (fs::directory_iterator it(oDirectory, oError); !oError && it != fs::directory_iterator(); it.increment(oError))
+        aNames.emplace_back(*it);
+    if (oError)
+        throw CFailure(oDirectory.string(), oError.message());
+    std::sort(aNames.begin(), aNames.end());
+
     ++m_nDirectories;
-    aAbove.push_back(oReal);
-    std::vector<std::string> aNames;
-    std::vector<fs::path> aDirectories;
-    std::vector<fs::directory_entry> aEntries(oEntries, fs::directory_iterator());
-    std::sort(aEntries.begin(), aEntries.end(),
-              [](const auto& oFirst, const auto& oSecond)
-              { return ComesFirst(oFirst.path().filename().string(), oSecond.path().filename().string()); });
-    for (const fs::directory_entry& oEntry : aEntries)
+    m_aAbove.push_back(oReal);
+    std::vector<const sName*> aDirectories;
+    for (std::size_t i = 0; i < aNames.size(); ++i)
     {
-        aNames.push_back(oEntry.path().filename().string());
-        if (oEntry.is_directory(oError))
+        const sName& oName = aNames[i];
+        if (i > 0 && oName.m_sFolded == aNames[i - 1].m_sFolded)
+            m_aAmbiguous.push_back(sPath + oName.m_sName);
+        if (oName.m_oEntry.is_directory(oError))
         {
-            aDirectories.push_back(oEntry.path());
+            aDirectories.push_back(&oName);
             continue;
         }
-        if (!oEntry.is_regular_file(oError))
-            throw CFailure(oEntry.path().string(), "neither a file nor a directory");
+        if (!oName.m_oEntry.is_regular_file(oError))
+            throw CFailure(oName.m_oEntry.path().string(), "neither a file nor a directory");
 
-        m_aFiles.push_back(sPath + aNames.back());
-        m_aSizes.push_back(oEntry.file_size(oError));
+        m_aFiles.push_back(sPath + oName.m_sName);
+        if (bSizes)
+            m_aSizes.push_back(oName.m_oEntry.file_size(oError));
         if (oError)
-            throw CFailure(oEntry.path().string(), oError.message());
+            throw CFailure(oName.m_oEntry.path().string(), oError.message());
     }
-    FindAmbiguous(aNames, sPath);
-    for (const fs::path& oBelow : aDirectories)
-        Walk(oBelow, sPath + oBelow.filename().string() + '/', aAbove);
-    aAbove.pop_back();
-}
-
-void sSourceTree::FindAmbiguous(const std::vector<std::string>& aNames, const std::string& sPath)
-{
-    std::vector<std::pair<std::string, const std::string*>> aFolded;
-    aFolded.reserve(aNames.size());
-    for (const std::string& sName : aNames)
-    {
-        std::string sFolded = sName;
-        STR_strlwr(sFolded.data());
-        aFolded.emplace_back(std::move(sFolded), &sName);
-    }
-    std::sort(aFolded.begin(), aFolded.end(),
-              [](const auto& oFirst, const auto& oSecond)
-              {
-                  if (oFirst.first != oSecond.first)
-                      return oFirst.first < oSecond.first;
-                  return *oFirst.second < *oSecond.second;
-              });
-    for (std::size_t i = 1; i < aFolded.size(); ++i)
-    {
-        if (aFolded[i].first == aFolded[i - 1].first)
-            m_aAmbiguous.push_back(sPath + *aFolded[i].second);
-    }
+    for (const sName* pName : aDirectories)
+        Walk(pName->m_oEntry.path(), sPath + pName->m_sName + '/', bSizes);
+    m_aAbove.pop_back();
 }

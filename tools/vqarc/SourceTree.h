@@ -16,12 +16,12 @@ struct sSourceTree
     explicit sSourceTree(const std::filesystem::path& oTop);
 
     std::size_t m_nDirectories = 0;        ///< the directory itself included
-    std::vector<std::string> m_aFiles;     ///< paths of the files below it, with slashes
-    std::vector<std::uint64_t> m_aSizes;   ///< their bytes
+    std::vector<std::string> m_aFiles;     ///< paths of the files below it, with slashes, in the order of an archive
+    std::vector<std::uint64_t> m_aSizes;   ///< their bytes, where they were asked for
     std::vector<std::string> m_aAmbiguous; ///< paths of which another one differs in case only
 
 private:
-    void Walk(const std::filesystem::path& oDirectory, const std::string& sPath,
-              std::vector<std::filesystem::path>& aAbove);
-    void FindAmbiguous(const std::vector<std::string>& aNames, const std::string& sPath);
+    void Walk(const std::filesystem::path& oDirectory, const std::string& sPath, bool bSizes);
+
+    std::vector<std::filesystem::path> m_aAbove; // the directories that the walk is in
 };
