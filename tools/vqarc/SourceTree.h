@@ -11,9 +11,10 @@ struct sSourceTree
 {
     /// Walks through a directory; links are followed, as packing does.
     ///
+    /// @param bSizes     whether the sizes are wanted too; they cost a question to the system for each file
     /// @throws CFailure  for what cannot be packed: a link that leads back, something that is neither file nor
     /// directory
-    explicit sSourceTree(const std::filesystem::path& oTop);
+    explicit sSourceTree(const std::filesystem::path& oTop, bool bSizes = false);
 
     std::size_t m_nDirectories = 0;        ///< the directory itself included
     std::vector<std::string> m_aFiles;     ///< paths of the files below it, with slashes, in the order of an archive
