@@ -845,13 +845,13 @@ TEST(IsolatedArchiveExtraction, NeedsNoneOfTheRegistrysNodes)
 {
     const CTestDirectory oDirectory;
     std::vector<ArchiveItem> aItems;
-    for (int i = 0; i < 600; ++i)
+    for (int i = 0; i < 260; ++i)
         aItems.push_back({"d" + std::to_string(i), MakeArchiveNode({{"f", std::to_string(i)}}), true});
     oDirectory.Write("p.arc", MakeArchiveNode(aItems));
     oDirectory.Write("q.arc", MakeArchiveNode({{"f", "q"}}));
     EXPECT_TRUE(Files().ExtractArchive("p", ""));
-    EXPECT_EQ(ListTree("p").size(), 1200u);
-    EXPECT_EQ(oDirectory.Read("p/d599/f"), "599");
+    EXPECT_EQ(ListTree("p").size(), 520u);
+    EXPECT_EQ(oDirectory.Read("p/d259/f"), "259");
     EXPECT_EQ(ReadThroughFiles("q/f"), "q");
 }
 
@@ -1024,6 +1024,8 @@ TEST(IsolatedArchiveExtraction, EndsOnArchivesThatHoldThemselvesOrMultiply)
 
 TEST(IsolatedArchiveExtraction, EndsOnArchivesThatAreTooDeep)
 {
+    if (RunsUnderWine())
+        GTEST_SKIP() << "Wine takes minutes for a path of a thousand names";
     const CTestDirectory oDirectory;
     constexpr int DEPTH = 5000;
     std::string sNode = MakeArchiveNode({});
