@@ -310,6 +310,7 @@ TEST(VQThread, PriorityIsWhatTheSystemGives)
     oLow.SetPriority(eThreadPriorityLow);
     oLow.m_oGo.Signal();
     oLow.m_oDone.Wait();
+    EXPECT_TRUE(oLow.Stop(true, 60'000)) << "the thread still uses the object behind Run()";
     EXPECT_FALSE(oLow.m_oPriority.bRealTime);
     EXPECT_EQ(oLow.m_oPriority.nNice, std::min(oLow.m_oPriority.nProgramNice + 10, 19));
 
@@ -319,6 +320,7 @@ TEST(VQThread, PriorityIsWhatTheSystemGives)
     oCritical.SetPriority(eThreadPriorityNormal);
     oCritical.m_oGo.Signal();
     oCritical.m_oDone.Wait();
+    EXPECT_TRUE(oCritical.Stop(true, 60'000));
     EXPECT_FALSE(oCritical.m_oPriority.bRealTime);
 }
 
