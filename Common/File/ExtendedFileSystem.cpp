@@ -1,8 +1,8 @@
 #include <Common/Debug/XfsException.h>
 #include <Common/File/ExtendedFileSystem.h>
-#include <Common/File/FileBuffer.h>
 #include <Common/Platform/PlatformFile.h>
 #include <Common/Platform/PlatformString.h>
+#include <Common/Platform/System/FileBuffer.h>
 #include <Common/Platform/System/FileHandle.h>
 #include <Common/Platform/System/SystemFile.h>
 
@@ -126,7 +126,7 @@ sFileInfo& sFileInfo::operator=(const sFileInfo& oOther)
 }
 
 CExtendedFileSystem::CExtendedFileSystem()
-    : m_oRootArchive{}, m_aArchives{}, m_bSetup(false), m_pBuffers(std::make_unique<CFileBuffer[]>(MAX_FILES))
+    : m_oRootArchive{}, m_aArchives{}, m_bSetup(false), m_pBuffers(new CFileBuffer[MAX_FILES])
 {
 }
 
@@ -163,6 +163,10 @@ CExtendedFileSystem::~CExtendedFileSystem()
         if (FileOf(oInfo) != sFileInfo::FREE)
             BufferOf(oInfo).Flush(FileOf(oInfo));
     }
+
+    // Threads that still run while the process ends may go on with their files.
+    if (this != &__m_oInstance)
+        delete[] m_pBuffers;
 }
 
 CExtendedFileSystem* CExtendedFileSystem::Instance()

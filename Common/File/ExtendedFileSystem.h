@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 class CFileBuffer;
@@ -431,7 +430,7 @@ private:
     std::array<sArchiveInfo, MAX_ARCHIVES> m_aArchives;
     std::atomic<bool> m_bSetup;
     std::vector<sCallback> m_aCallbacks;
-    std::unique_ptr<CFileBuffer[]> m_pBuffers; // one a slot
+    CFileBuffer* m_pBuffers; // one a slot
 };
 
 #pragma pop_macro("CreateFile")
