@@ -181,6 +181,17 @@ TEST_F(SystemMailSlot, OneHundredMessagesWaitWithoutAReader)
     ExpectInfo(nServer, 0, 0xFFFFFFFF);
 }
 
+TEST_F(SystemMailSlot, EmptyMessagesAreMessages)
+{
+    const MailSlotHandle nServer = OpenServer();
+    const MailSlotHandle nClient = OpenClient();
+    for (const char* pText : {"", "after", ""})
+        EXPECT_TRUE(Write(nClient, pText));
+    ExpectInfo(nServer, 3, 0);
+    for (const char* pText : {"", "after", "", "(none)"})
+        EXPECT_EQ(Read(nServer), pText);
+}
+
 TEST_F(SystemMailSlot, MessagesOfSeveralClientsKeepTheOrderOfSending)
 {
     const MailSlotHandle nServer = OpenServer();

@@ -116,10 +116,12 @@ private:
         sMailSlotInfo oInfo;
         while (m_oQueue.size() < MAX_QUEUED_MAIL && QuerySystem(oInfo) && oInfo.nNextSize != NO_MAIL)
         {
-            // An empty message wants room too.
+            // An empty message wants room too. Not every system that runs this calls it a success: one takes it off the
+            // queue and says that the other end is gone.
             std::string sMail(std::max(oInfo.nNextSize, MAX_MAIL_SIZE), '\0');
             DWORD nRead = 0;
-            if (ReadFile(m_hSlot, sMail.data(), static_cast<DWORD>(sMail.size()), &nRead, nullptr) == FALSE)
+            if (ReadFile(m_hSlot, sMail.data(), static_cast<DWORD>(sMail.size()), &nRead, nullptr) == FALSE &&
+                (oInfo.nNextSize != 0 || GetLastError() != ERROR_BROKEN_PIPE))
                 return;
 
             sMail.resize(nRead);
