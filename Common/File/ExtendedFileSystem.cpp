@@ -1,8 +1,8 @@
 #include <Common/Debug/XfsException.h>
 #include <Common/File/ExtendedFileSystem.h>
+#include <Common/File/FileBuffer.h>
 #include <Common/Platform/PlatformFile.h>
 #include <Common/Platform/PlatformString.h>
-#include <Common/Platform/System/FileBuffer.h>
 #include <Common/Platform/System/FileHandle.h>
 #include <Common/Platform/System/SystemFile.h>
 

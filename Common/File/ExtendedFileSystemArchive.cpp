@@ -20,7 +20,6 @@
 #include <initializer_list>
 #include <limits>
 #include <memory>
-#include <new>
 #include <optional>
 #include <set>
 #include <string>
@@ -213,11 +212,7 @@ private:
 class CRecord
 {
 public:
-    CRecord() : m_pText(static_cast<char*>(System::AllocateLowMemory(SIZE)))
-    {
-        if (m_pText == nullptr)
-            throw std::bad_alloc();
-    }
+    CRecord() : m_pText(static_cast<char*>(System::AllocateLowMemory(SIZE))) {}
 
     ~CRecord() { System::FreeLowMemory(m_pText); }
 

@@ -1,12 +1,16 @@
 #include <Common/ProcessControl/VQPipe.h>
 
-#include <Common/Debug/VQPipeException.h>
 #include <Common/Platform/System/SystemPipe.h>
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
 #include <string>
+
+namespace VQPipeDetail
+{
+[[noreturn]] void Throw(unsigned long nCode, unsigned long nLine, const char* pFileName, const char* pMessage);
+} // namespace VQPipeDetail
 
 namespace
 {
@@ -227,5 +231,5 @@ bool CVQPipe::HasData() const
 void CVQPipe::ThrowException(unsigned long nCode, unsigned long nLine, const char* pFileName,
                              const char* pMessage) const
 {
-    throw CVQPipeException(nCode, nLine, pFileName, pMessage);
+    VQPipeDetail::Throw(nCode, nLine, pFileName, pMessage);
 }

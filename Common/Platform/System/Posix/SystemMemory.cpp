@@ -1,13 +1,17 @@
 #include <Common/Platform/System/SystemMemory.h>
 
 #include <cstdlib>
+#include <new>
 
 // A long is as wide as an address here.
 static_assert(sizeof(unsigned long) >= sizeof(void*));
 
-void* System::AllocateLowMemory(std::size_t nSize) noexcept
+void* System::AllocateLowMemory(std::size_t nSize)
 {
-    return std::calloc(nSize, 1);
+    void* const pMemory = std::calloc(nSize, 1);
+    if (pMemory == nullptr)
+        throw std::bad_alloc();
+    return pMemory;
 }
 
 void System::FreeLowMemory(void* pMemory) noexcept

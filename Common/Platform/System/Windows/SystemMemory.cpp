@@ -1,6 +1,7 @@
 #include <Common/Platform/System/SystemMemory.h>
 
 #include <cstdint>
+#include <new>
 
 #include <windows.h>
 
@@ -13,14 +14,14 @@ constexpr std::uint64_t LOW_END = std::uint64_t{1} << 32;
 constexpr std::uint64_t UNIT = 0x10000;
 } // namespace
 
-void* System::AllocateLowMemory(std::size_t nSize) noexcept
+void* System::AllocateLowMemory(std::size_t nSize)
 {
     // Free ranges are asked for from the lowest on; another thread may be faster, and then the next one is tried.
     for (std::uint64_t nAddress = UNIT; nAddress + nSize <= LOW_END;)
     {
         MEMORY_BASIC_INFORMATION oRange;
         if (VirtualQuery(reinterpret_cast<void*>(static_cast<std::uintptr_t>(nAddress)), &oRange, sizeof(oRange)) == 0)
-            return nullptr;
+            break;
 
         const std::uint64_t nRangeEnd = reinterpret_cast<std::uintptr_t>(oRange.BaseAddress) + oRange.RegionSize;
         if (oRange.State == MEM_FREE && nRangeEnd >= nAddress + nSize)
@@ -36,7 +37,7 @@ void* System::AllocateLowMemory(std::size_t nSize) noexcept
             nAddress = (nRangeEnd + UNIT - 1) / UNIT * UNIT;
         }
     }
-    return nullptr;
+    throw std::bad_alloc();
 }
 
 void System::FreeLowMemory(void* pMemory) noexcept

@@ -1,5 +1,5 @@
+#include <Common/File/FileBuffer.h>
 #include <Common/Platform/PlatformFile.h>
-#include <Common/Platform/System/FileBuffer.h>
 #include <Common/Platform/System/FileHandle.h>
 
 #include <algorithm>
