@@ -717,7 +717,7 @@ TEST_F(ExtendedFileSystem, TransfersOfAllSizesAgreeWithAnArray)
         const std::string sBytes(nCount, static_cast<char>('a' + i % 26));
         m_pFiles->Seek(nHandle, nAt);
         ASSERT_EQ(m_pFiles->WriteFile(nHandle, sBytes.data(), static_cast<unsigned long>(nCount)), nCount);
-        sModel.resize(std::max(sModel.size(), nAt + nCount));
+        sModel.resize(std::max<std::size_t>(sModel.size(), nAt + nCount));
         sModel.replace(nAt, nCount, sBytes);
         ASSERT_EQ(m_pFiles->GetFileSize(nHandle), sModel.size());
     }
