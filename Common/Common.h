@@ -22,6 +22,7 @@
 #include <Common/File/FileIO.h>
 #include <Common/File/MemFileIO.h>
 #include <Common/File/VQCompressor.h>
+#include <Common/File/VQDataStream.h>
 #include <Common/File/VQLzrwCompressor.h>
 #include <Common/MailSlot/VQMailSlot.h>
 #include <Common/Platform/Platform.h>
@@ -39,6 +40,8 @@
 #include <Common/ProcessControl/VQThread.h>
 #include <Common/String/LexAnalyzer.h>
 #include <Common/String/StringTokenizer.h>
+#include <Common/String/VQClassType.h>
+#include <Common/String/VQFourCC.h>
 #include <Common/String/VQPath.h>
 #include <Common/String/VQString.h>
 #include <Common/String/VQStringId.h>

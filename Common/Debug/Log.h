@@ -95,3 +95,10 @@ constexpr const char* Debug_AssertComment(const char* pComment = "")
                                                                   __FILE__, __LINE__) &&                               \
                                            (Debug_Break(), true)))
 #endif
+
+/// The same in debug builds alone: with NDEBUG defined nothing is left of it. For checks on paths that must be fast.
+#if defined(NDEBUG)
+#    define VQ_DEBUG_ASSERT(expression, ...) static_cast<void>(0)
+#else
+#    define VQ_DEBUG_ASSERT(expression, ...) VQ_ASSERT(expression __VA_OPT__(, ) __VA_ARGS__)
+#endif

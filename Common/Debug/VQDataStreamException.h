@@ -2,7 +2,7 @@
 
 #include <Common/Debug/VQException.h>
 
-/// What CVQDataStream throws: codes 5000 to 5003, told from those of CMailSlotException by the error class.
+/// What CVQDataStream throws: codes 5000 to 5004, told from those of CMailSlotException by the error class.
 class COMMON_API CVQDataStreamException : public CVQException
 {
 public:
