@@ -10,8 +10,8 @@
 ///     SYNC_DestroyEvent(hEvent);
 ///
 /// A handle belongs to the caller, who closes it with one of the SYNC_Destroy functions. A wait on a handle that is
-/// closed or never was one fails at once; on Linux it is never taken for a later object's, and closing it twice does
-/// nothing.
+/// closed or never was one fails at once. On Linux a closed handle is never taken for a later object's, closing it
+/// twice does nothing, and waits that are under way through it fail when another thread closes it.
 ///
 /// An object may have a name, of up to 259 bytes without a backslash; "Local\" and "Global\" may stand before it. All
 /// processes of a user that create one under the same name and type share one object: all but the first ignore the

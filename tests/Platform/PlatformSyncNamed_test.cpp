@@ -1,5 +1,6 @@
 #include <Common/Platform/PlatformSync.h>
 
+#include <tests/support/NoMemory.h>
 #include <tests/support/SyncChild.h>
 
 #include <gtest/gtest.h>
@@ -112,6 +113,156 @@ TEST(PlatformSyncNamed, NameIsGoneWithTheLastHandle)
     void* hMutex = SYNC_CreateMutex(false, sName.c_str());
     EXPECT_NE(hMutex, nullptr);
     EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
+}
+
+TEST(PlatformSyncNamed, NameIsGoneWithTheLastHandleThoughAThreadOwnsTheMutex)
+{
+    const std::string sName = UniqueSyncName();
+    void* hMutex = SYNC_CreateMutex(true, sName.c_str());
+    EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
+    void* hEvent = SYNC_CreateEvent(false, false, sName.c_str());
+    EXPECT_NE(hEvent, nullptr) << "owned by this thread";
+    EXPECT_TRUE(SYNC_DestroyEvent(hEvent));
+
+    hMutex = SYNC_CreateMutex(false, sName.c_str());
+    void* hOwned = SYNC_CreateEvent(true, false, nullptr);
+    void* hEnd = SYNC_CreateEvent(true, false, nullptr);
+    std::thread oOwner(
+        [&]
+        {
+            EXPECT_EQ(SYNC_LockMutex(hMutex), GOT);
+            SYNC_SignalEvent(hOwned);
+            SYNC_WaitEvent(hEnd);
+        });
+    SYNC_WaitEvent(hOwned);
+    EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
+    void* hNew = SYNC_CreateMutex(false, sName.c_str());
+    ASSERT_NE(hNew, nullptr) << "owned by another thread";
+    EXPECT_EQ(SYNC_LockMutex(hNew), GOT) << "a new one, free";
+    SYNC_SignalEvent(hEnd);
+    oOwner.join();
+    EXPECT_EQ(OnOtherThread([&] { return SYNC_IsMutexLocked(hNew); }), 1u)
+        << "the end of the old owner is nothing to it";
+    EXPECT_NE(SYNC_UnlockMutex(hNew), 0);
+    for (void* hObject : {hNew, hOwned, hEnd})
+        EXPECT_TRUE(SYNC_DestroyMutex(hObject));
+}
+
+TEST(PlatformSyncNamed, ClosedWhileOwnedTheyTakeNothingWithThem)
+{
+    // More than a process may have files open: each takes what it had along.
+    constexpr int ROUNDS = 3000;
+
+    const std::string sName = UniqueSyncName();
+    const auto fnRun = [&]
+    {
+        for (int i = 0; i < ROUNDS; ++i)
+        {
+            void* hMutex = SYNC_CreateMutex(true, sName.c_str());
+            if (hMutex == nullptr || !SYNC_DestroyMutex(hMutex))
+                return i;
+        }
+        return ROUNDS;
+    };
+    EXPECT_EQ(fnRun(), ROUNDS);
+
+    void* hMutex = nullptr;
+    void* hMade = SYNC_CreateEvent(false, false, nullptr);
+    void* hClosed = SYNC_CreateEvent(false, true, nullptr);
+    std::thread oOther(
+        [&]
+        {
+            for (int i = 0; i < ROUNDS && SYNC_TimedWaitEvent(hClosed, LONG_TIME); ++i)
+            {
+                hMutex = SYNC_CreateMutex(true, sName.c_str());
+                SYNC_SignalEvent(hMade);
+            }
+        });
+    int nClosed = 0;
+    for (int i = 0; i < ROUNDS && SYNC_TimedWaitEvent(hMade, LONG_TIME); ++i)
+    {
+        nClosed += SYNC_DestroyMutex(hMutex);
+        SYNC_SignalEvent(hClosed);
+    }
+    oOther.join();
+    EXPECT_EQ(nClosed, ROUNDS) << "closed by another thread than the owner";
+    EXPECT_TRUE(SYNC_DestroyEvent(hMade));
+    EXPECT_TRUE(SYNC_DestroyEvent(hClosed));
+}
+
+TEST(PlatformSyncNamed, OwnerStaysOwnerWhileAnotherProcessHasAHandle)
+{
+    const std::string sName = UniqueSyncName();
+    void* hMutex = SYNC_CreateMutex(true, sName.c_str());
+    const auto pChild = StartSyncChild(eSyncRole::HoldMutex, sName);
+    ASSERT_TRUE(pChild);
+    EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
+    EXPECT_EQ(SYNC_CreateEvent(false, false, sName.c_str()), nullptr) << "the child keeps the name";
+
+    hMutex = SYNC_CreateMutex(false, sName.c_str());
+    ASSERT_NE(hMutex, nullptr);
+    EXPECT_EQ(OnOtherThread([&] { return SYNC_IsMutexLocked(hMutex); }), 1u);
+    EXPECT_NE(SYNC_UnlockMutex(hMutex), 0) << "through a handle that was opened anew";
+    EXPECT_EQ(SYNC_UnlockMutex(hMutex), 0);
+    EXPECT_EQ(SYNC_LockMutex(hMutex), GOT);
+    EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
+
+    pChild->Kill();
+    pChild->Wait();
+    void* hEvent = SYNC_CreateEvent(false, false, sName.c_str());
+    EXPECT_NE(hEvent, nullptr) << "an owner alone does not keep the name";
+    EXPECT_TRUE(SYNC_DestroyEvent(hEvent));
+}
+
+TEST(PlatformSyncNamed, OtherProcessWaitsForTheEndOfAnOwnerWithoutHandle)
+{
+    const std::string sName = UniqueSyncName();
+    void* hMutex = SYNC_CreateMutex(false, sName.c_str());
+    void* hCount = SYNC_CreateSemaphore(0, 1000, (sName + "-count").c_str());
+    void* hOwned = SYNC_CreateEvent(true, false, nullptr);
+    void* hEnd = SYNC_CreateEvent(true, false, nullptr);
+    std::thread oOwner(
+        [&]
+        {
+            EXPECT_EQ(SYNC_LockMutex(hMutex), GOT);
+            SYNC_SignalEvent(hOwned);
+            SYNC_WaitEvent(hEnd);
+        });
+    SYNC_WaitEvent(hOwned);
+    const auto pChild = StartSyncChild(eSyncRole::WaitForAbandoned, sName);
+    EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
+    EXPECT_FALSE(SYNC_TryLockSemaphore(hCount, 60)) << "the owner lives";
+
+    SYNC_SignalEvent(hEnd);
+    oOwner.join();
+    EXPECT_TRUE(SYNC_TryLockSemaphore(hCount, LONG_TIME));
+    ASSERT_TRUE(pChild);
+    EXPECT_EQ(pChild->Wait().nExitCode, 0);
+    for (void* hObject : {hCount, hOwned, hEnd})
+        EXPECT_TRUE(SYNC_DestroyEvent(hObject));
+}
+
+TEST(PlatformSyncNamed, CreationFailsWhereThereIsNoMemory)
+{
+    if (!CNoMemory::IsSupported())
+        GTEST_SKIP() << "the library's memory cannot be made to fail here";
+
+    const std::string sName = UniqueSyncName();
+    const std::string sLong = sName + std::string(259 - sName.size(), '/');
+    void* hExisting = SYNC_CreateEvent(false, false, sLong.c_str());
+    void* hOpened = nullptr;
+    {
+        const CNoMemory oNoMemory;
+        EXPECT_EQ(SYNC_CreateMutex(true, sName.c_str()), nullptr);
+        EXPECT_EQ(SYNC_CreateEvent(true, true, sName.c_str()), nullptr);
+        EXPECT_EQ(SYNC_CreateSemaphore(1, 1, sName.c_str()), nullptr);
+        hOpened = SYNC_CreateEvent(false, false, sLong.c_str());
+    }
+    EXPECT_NE(hOpened, nullptr) << "the process has the object already";
+    void* hSemaphore = SYNC_CreateSemaphore(1, 1, sName.c_str());
+    EXPECT_NE(hSemaphore, nullptr) << "what failed left nothing behind";
+    for (void* hObject : {hExisting, hOpened, hSemaphore})
+        EXPECT_TRUE(SYNC_DestroyEvent(hObject));
 }
 
 TEST(PlatformSyncNamed, MutexIsRecursiveOwnedAndAbandoned)

@@ -7,6 +7,7 @@
 #include <Common/ProcessControl/VQThread.h>
 
 #include <tests/support/Fork.h>
+#include <tests/support/NoOpenFiles.h>
 #include <tests/support/SyncChild.h>
 #include <tests/support/TestDirectory.h>
 
@@ -14,6 +15,7 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
@@ -25,6 +27,7 @@ namespace
 constexpr unsigned GOT = 0;
 constexpr unsigned ABANDONED = 0x80;
 constexpr unsigned FAILED = 0xFFFFFFFF;
+constexpr unsigned LONG_TIME = 30'000; // of a wait that is to end earlier
 
 std::string g_sDebuggerOutput;
 
@@ -196,6 +199,121 @@ TEST(PlatformSyncTable, ThreadsUseAndCloseEachOthersHandles)
             nClosed += SYNC_DestroyEvent(hOld);
     }
     EXPECT_EQ(nCreated, nClosed) << "each was closed exactly once";
+}
+
+TEST(PlatformSyncTable, WaitFailsWhenItsHandleIsClosed)
+{
+    if (ReusesHandles())
+        GTEST_SKIP() << REUSES_HANDLES;
+
+    constexpr int ROUNDS = 20;
+
+    void* hBegun = SYNC_CreateEvent(false, false, nullptr);
+    void* hNever = SYNC_CreateEvent(false, false, nullptr);
+    for (const bool bNamed : {false, true})
+    {
+        for (int i = 0; i < ROUNDS; ++i)
+        {
+            const std::string sName = bNamed ? UniqueSyncName() : std::string();
+            void* const aObjects[] = {SYNC_CreateMutex(true, bNamed ? (sName + "-mutex").c_str() : nullptr),
+                                      SYNC_CreateEvent(false, false, bNamed ? (sName + "-event").c_str() : nullptr),
+                                      SYNC_CreateSemaphore(0, 1, bNamed ? (sName + "-units").c_str() : nullptr)};
+            for (void* hObject : aObjects)
+            {
+                ASSERT_NE(hObject, nullptr);
+                std::vector<std::thread> oWaiters;
+                for (const bool bLimit : {false, true})
+                {
+                    oWaiters.emplace_back(
+                        [&, bLimit]
+                        {
+                            SYNC_SignalEvent(hBegun);
+                            if (bLimit)
+                                EXPECT_TRUE(SYNC_TimedWaitEvent(hObject, LONG_TIME)) << "failed, which is no time-out";
+                            else
+                                EXPECT_EQ(SYNC_WaitEvent(hObject), FAILED);
+                        });
+                    EXPECT_TRUE(SYNC_TimedWaitEvent(hBegun, LONG_TIME));
+                }
+                if (i % 2 == 0) // time to get into the wait; without it the handle is closed before
+                    SYNC_TimedWaitEvent(hNever, 2);
+                EXPECT_TRUE(SYNC_DestroyEvent(hObject));
+                for (std::thread& oWaiter : oWaiters)
+                    oWaiter.join();
+            }
+        }
+    }
+    EXPECT_TRUE(SYNC_DestroyEvent(hBegun));
+    EXPECT_TRUE(SYNC_DestroyEvent(hNever));
+}
+
+TEST(PlatformSyncTable, WaitThroughAnotherHandleGoesOn)
+{
+    if (ReusesHandles())
+        GTEST_SKIP() << REUSES_HANDLES;
+
+    const std::string sName = UniqueSyncName();
+    void* hKept = SYNC_CreateEvent(false, false, sName.c_str());
+    void* hClosed = SYNC_CreateEvent(false, false, sName.c_str());
+    void* hBegun = SYNC_CreateSemaphore(0, 2, nullptr);
+    void* hNever = SYNC_CreateEvent(false, false, nullptr);
+    std::thread oFails(
+        [&]
+        {
+            SYNC_UnlockSemaphore(hBegun, 1);
+            EXPECT_EQ(SYNC_WaitEvent(hClosed), FAILED);
+        });
+    std::thread oGets(
+        [&]
+        {
+            SYNC_UnlockSemaphore(hBegun, 1);
+            EXPECT_EQ(SYNC_WaitEvent(hKept), GOT);
+        });
+    EXPECT_EQ(SYNC_LockSemaphore(hBegun), GOT);
+    EXPECT_EQ(SYNC_LockSemaphore(hBegun), GOT);
+    SYNC_TimedWaitEvent(hNever, 5);
+    EXPECT_TRUE(SYNC_DestroyEvent(hClosed));
+    oFails.join();
+
+    EXPECT_NE(SYNC_SignalEvent(hKept), 0);
+    oGets.join();
+    EXPECT_FALSE(SYNC_TimedWaitEvent(hKept, 0)) << "the wait that failed took no signal";
+    for (void* hObject : {hKept, hBegun, hNever})
+        EXPECT_TRUE(SYNC_DestroyEvent(hObject));
+}
+
+TEST(PlatformSyncTable, ClosingAndSignallingMeetWithoutLoss)
+{
+    if (ReusesHandles())
+        GTEST_SKIP() << REUSES_HANDLES;
+
+    // A unit that is returned while the handle of a waiter closes is either got or still there.
+    constexpr int ROUNDS = 1000;
+
+    const std::string sName = UniqueSyncName();
+    void* hKept = SYNC_CreateSemaphore(0, ROUNDS, sName.c_str());
+    void* hBegun = SYNC_CreateEvent(false, false, nullptr);
+    int nGot = 0;
+    for (int i = 0; i < ROUNDS; ++i)
+    {
+        void* hClosed = SYNC_CreateSemaphore(0, ROUNDS, sName.c_str());
+        std::thread oWaiter(
+            [&]
+            {
+                SYNC_SignalEvent(hBegun);
+                nGot += SYNC_LockSemaphore(hClosed) == GOT;
+            });
+        SYNC_WaitEvent(hBegun);
+        std::thread oSignaller([&] { SYNC_UnlockSemaphore(hKept, 1); });
+        EXPECT_TRUE(SYNC_DestroySemaphore(hClosed));
+        oSignaller.join();
+        oWaiter.join();
+    }
+    while (SYNC_TryLockSemaphore(hKept, 0))
+        ++nGot;
+    EXPECT_EQ(nGot, ROUNDS);
+    EXPECT_TRUE(SYNC_DestroySemaphore(hKept));
+    EXPECT_TRUE(SYNC_DestroyEvent(hBegun));
 }
 
 TEST(PlatformSyncTable, TimeOutsAndSignalsMeetWithoutLoss)
@@ -422,4 +540,51 @@ TEST(IsolatedPlatformSyncTable, CopyOfTheProcessSharesNamedObjects)
                   }),
               0);
     EXPECT_EQ(SYNC_LockMutex(hMutex), ABANDONED) << "the copy ended with it";
+}
+
+TEST(IsolatedPlatformSyncTable, CopyOfTheProcessWithoutFilesTouchesNoNamedObject)
+{
+    if (!HasFork() || !CNoOpenFiles::IsSupported())
+        GTEST_SKIP() << "this system makes no copies of a process, or has no limit of files";
+
+    const std::string sName = UniqueSyncName();
+    void* hSemaphore = SYNC_CreateSemaphore(1, 3, (sName + "-units").c_str());
+    void* hEvent = SYNC_CreateEvent(true, false, (sName + "-event").c_str());
+    void* hMutex = SYNC_CreateMutex(true, (sName + "-mutex").c_str());
+    void* hFree = SYNC_CreateMutex(false, (sName + "-free").c_str());
+
+    auto pNoFiles = std::make_unique<CNoOpenFiles>();
+    const int nResult = RunInFork(
+        [&]
+        {
+            for (void* hObject : {hSemaphore, hEvent, hMutex, hFree})
+            {
+                if (SYNC_LockMutex(hObject) != FAILED || !SYNC_TimedWaitEvent(hObject, 0))
+                    return 1;
+            }
+            if (SYNC_UnlockSemaphore(hSemaphore, 1) != 0 || SYNC_SignalEvent(hEvent) != 0 ||
+                SYNC_ResetEvent(hEvent) != 0 || SYNC_UnlockMutex(hMutex) != 0)
+                return 2;
+            if (SYNC_CreateSemaphore(1, 3, (sName + "-units").c_str()) != nullptr)
+                return 3;
+
+            pNoFiles.reset();
+            void* hAgain = SYNC_CreateSemaphore(0, 9, (sName + "-units").c_str());
+            if (hAgain == nullptr || SYNC_UnlockSemaphore(hAgain, 1) != 1)
+                return 4; // opened anew it is the parent's
+            if (!SYNC_DestroySemaphore(hSemaphore) || !SYNC_DestroyEvent(hEvent) || !SYNC_DestroyMutex(hMutex))
+                return 5;
+            if (SYNC_CreateMutex(false, (sName + "-event").c_str()) != nullptr)
+                return 6; // the name is still the parent's
+            return 0;
+        });
+    pNoFiles.reset();
+    EXPECT_EQ(nResult, 0);
+    EXPECT_EQ(SYNC_UnlockSemaphore(hSemaphore, 1), 2);
+    EXPECT_FALSE(SYNC_TimedWaitEvent(hEvent, 0));
+    EXPECT_NE(SYNC_UnlockMutex(hMutex), 0) << "still owned";
+    EXPECT_EQ(SYNC_UnlockMutex(hMutex), 0);
+    EXPECT_EQ(SYNC_LockMutex(hFree), GOT);
+    for (void* hObject : {hSemaphore, hEvent, hMutex, hFree})
+        EXPECT_TRUE(SYNC_DestroyEvent(hObject));
 }

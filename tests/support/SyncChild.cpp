@@ -73,6 +73,22 @@ void Play(eSyncRole nRole, const std::string& sName, void* hReady)
         return;
     }
 
+    case eSyncRole::WaitForAbandoned:
+    {
+        void* hMutex = SYNC_CreateMutex(false, sName.c_str());
+        void* hCount = SYNC_CreateSemaphore(0, 1000, sCount.c_str());
+        EXPECT_NE(SYNC_SignalEvent(hReady), 0);
+        EXPECT_EQ(SYNC_LockMutex(hMutex), 0x80u);
+        SYNC_UnlockSemaphore(hCount, 1);
+        return;
+    }
+
+    case eSyncRole::HoldMutex:
+        EXPECT_NE(SYNC_CreateMutex(false, sName.c_str()), nullptr);
+        EXPECT_NE(SYNC_SignalEvent(hReady), 0);
+        Stay();
+        return;
+
     case eSyncRole::HoldSemaphore:
         EXPECT_NE(SYNC_CreateSemaphore(1, 3, sName.c_str()), nullptr);
         EXPECT_NE(SYNC_SignalEvent(hReady), 0);

@@ -14,6 +14,8 @@ enum class eSyncRole : int
     LockMutexAndLeave, ///< locks the mutex NAME and ends without unlocking it
     CountUnderMutex,   ///< adds 1 to the units of the semaphore NAME-count 200 times, under the mutex NAME
     WaitForEvent,      ///< waits for the event NAME, then returns a unit to the semaphore NAME-count
+    WaitForAbandoned,  ///< waits for the mutex NAME, returns a unit to the semaphore NAME-count when it was abandoned
+    HoldMutex,         ///< opens the mutex NAME and waits to be ended
     HoldSemaphore,     ///< makes the semaphore NAME, 1 of 3 units, and waits to be ended
 };
 

@@ -14,11 +14,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace System
 {
@@ -31,6 +32,7 @@ struct SharedWaiter
         Waiting,
         Granted,
         GrantedAbandoned,
+        Failed, // its handle was closed
     };
 
     std::atomic<std::uint32_t> nState; // waiters sleep on it
@@ -41,7 +43,7 @@ struct SharedWaiter
 };
 
 constexpr std::size_t NAME_FIELD = 264; // with the name space before it
-static_assert(NAME_FIELD > LONGEST_OBJECT_NAME + 2);
+static_assert(NAME_FIELD > LONGEST_OBJECT_NAME + 2 && NAME_FIELD == BoundedText::CAPACITY + 1);
 constexpr std::size_t WAITER_COUNT = 128;
 
 struct SharedState
@@ -72,7 +74,8 @@ namespace
 constexpr std::uint32_t MAGIC = 0x31515653;
 
 constexpr off_t GUARD_BYTE = 0;
-constexpr off_t HOLDER_BYTES = 16;
+constexpr off_t NAME_BYTES = 16;
+constexpr off_t HOLDER_BYTES = 8192;
 constexpr std::uint32_t HOLDER_COUNT = 4096;
 
 // So often a waiter looks whether the owner of a mutex still lives: nobody else tells of a crash.
@@ -83,12 +86,14 @@ constexpr std::uint32_t NO_ROOM_MILLISECONDS = 1;
 
 constexpr const char* BASE_DIRECTORIES[] = {"/dev/shm", "/tmp"};
 constexpr std::string_view LOCK_FILE = ".lock";
+constexpr std::size_t LONGEST_PATH = 64; // of those that are made here
 constexpr mode_t DIRECTORY_MODE = 0700;
 constexpr mode_t FILE_MODE = 0600;
 
 // A file name holds 255 bytes.
 constexpr std::size_t LONGEST_PLAIN_FILE = 200;
 constexpr std::size_t KEPT_OF_LONG_FILE = 120;
+static_assert(LONGEST_PLAIN_FILE + 3 <= BoundedText::CAPACITY && KEPT_OF_LONG_FILE + 33 <= BoundedText::CAPACITY);
 
 // Guards everything in this block; a process holds it while it opens and closes names. With it goes the lock of the
 // lock file, which does the same between the processes.
@@ -122,21 +127,31 @@ bool AreBytesLocked(int nFile, off_t nFirst, off_t nCount)
     return fcntl(nFile, F_OFD_GETLK, &oLock) == 0 && oLock.l_type != F_UNLCK;
 }
 
-bool HasOtherHolders(int nFile)
+// Whether handles of other processes lead to the file.
+bool HasOtherHandles(int nFile)
 {
-    return AreBytesLocked(nFile, HOLDER_BYTES, HOLDER_COUNT + 1);
+    return AreBytesLocked(nFile, NAME_BYTES, HOLDER_COUNT + 1);
 }
 
-// The lock of the names between processes.
+// The lock of the names between processes. Without it no file may come or go.
 class NamesGuard
 {
 public:
-    NamesGuard() { LockBytes(s_nLockFile, F_WRLCK, 0, 1, F_OFD_SETLKW); }
+    NamesGuard() : m_bHeld(LockBytes(s_nLockFile, F_WRLCK, 0, 1, F_OFD_SETLKW)) {}
 
-    ~NamesGuard() { LockBytes(s_nLockFile, F_UNLCK, 0, 1); }
+    ~NamesGuard()
+    {
+        if (m_bHeld)
+            LockBytes(s_nLockFile, F_UNLCK, 0, 1);
+    }
 
     NamesGuard(const NamesGuard&) = delete;
     NamesGuard& operator=(const NamesGuard&) = delete;
+
+    explicit operator bool() const { return m_bHeld; }
+
+private:
+    bool m_bHeld;
 };
 
 // A directory of the user's own that nobody else may look into; -1 when there is none to be had.
@@ -144,11 +159,12 @@ int OpenDirectory()
 {
     for (const char* pBase : BASE_DIRECTORIES)
     {
-        const std::string sPath = std::string(pBase) + "/Common-" + std::to_string(geteuid());
-        if (mkdir(sPath.c_str(), DIRECTORY_MODE) != 0 && errno != EEXIST)
+        char aPath[LONGEST_PATH];
+        std::snprintf(aPath, sizeof aPath, "%s/Common-%lu", pBase, static_cast<unsigned long>(geteuid()));
+        if (mkdir(aPath, DIRECTORY_MODE) != 0 && errno != EEXIST)
             continue;
 
-        const int nDirectory = open(sPath.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        const int nDirectory = open(aPath, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         struct stat oStat = {};
         if (nDirectory >= 0 && fstat(nDirectory, &oStat) == 0 && oStat.st_uid == geteuid() &&
             (oStat.st_mode & (S_IRWXG | S_IRWXO)) == 0)
@@ -180,7 +196,7 @@ void SweepDirectory()
         const int nFile = openat(s_nDirectory, pEntry->d_name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (nFile < 0)
             continue;
-        if (!HasOtherHolders(nFile))
+        if (!HasOtherHandles(nFile))
             unlinkat(s_nDirectory, pEntry->d_name, 0);
         close(nFile);
     }
@@ -200,30 +216,32 @@ bool PrepareNames()
     if (s_nLockFile < 0)
         return false;
 
-    const NamesGuard oGuard;
-    SweepDirectory();
+    if (const NamesGuard oGuard; oGuard)
+        SweepDirectory();
     return true;
 }
 
-// A second opening of the same file, whose locks are its own, in place of the first.
+// A second opening of the same file, whose locks are its own, in place of the first; -1 when there is none to be had.
 void Reopen(int& nFile)
 {
-    const std::string sPath = "/proc/self/fd/" + std::to_string(nFile);
+    char aPath[LONGEST_PATH];
+    std::snprintf(aPath, sizeof aPath, "/proc/self/fd/%d", nFile);
     const int nOld = nFile;
-    nFile = open(sPath.c_str(), O_RDWR | O_CLOEXEC);
+    nFile = open(aPath, O_RDWR | O_CLOEXEC);
     close(nOld);
 }
 
 // Splits the name space off; empty when the name is not possible.
-std::string CanonicalName(std::string_view sName)
+BoundedText CanonicalName(std::string_view sName)
 {
     constexpr std::string_view LOCAL = "Local\\";
     constexpr std::string_view GLOBAL = "Global\\";
 
+    BoundedText sResult;
     if (sName.size() > LONGEST_OBJECT_NAME)
-        return {};
+        return sResult;
 
-    std::string sPrefix = "l-";
+    std::string_view sPrefix = "l-";
     if (sName.substr(0, LOCAL.size()) == LOCAL)
     {
         sName.remove_prefix(LOCAL.size());
@@ -234,8 +252,11 @@ std::string CanonicalName(std::string_view sName)
         sPrefix = "g-";
     }
     if (sName.empty() || sName.find('\\') != std::string_view::npos)
-        return {};
-    return sPrefix.append(sName);
+        return sResult;
+
+    sResult.Append(sPrefix);
+    sResult.Append(sName);
+    return sResult;
 }
 
 std::uint64_t Hash(std::string_view sText, std::uint64_t nSeed)
@@ -246,99 +267,140 @@ std::uint64_t Hash(std::string_view sText, std::uint64_t nSeed)
     return nHash;
 }
 
-void AppendHex(std::string& sText, std::uint64_t nValue, int nDigits)
+void AppendHex(BoundedText& sText, std::uint64_t nValue, int nDigits)
 {
     while (nDigits-- > 0)
-        sText += "0123456789ABCDEF"[nValue >> (4 * nDigits) & 0xF];
+        sText.Append("0123456789ABCDEF"[nValue >> (4 * nDigits) & 0xF]);
 }
 
 // The name of the file: no byte in it means anything to the system.
-std::string FileName(const std::string& sName)
+BoundedText FileName(std::string_view sName)
 {
-    std::string sFile;
+    BoundedText sFile;
     for (const char c : sName)
     {
         const bool bPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
                             c == '_' || c == '.';
         if (bPlain)
         {
-            sFile += c;
-            continue;
+            sFile.Append(c);
         }
-        sFile += '%';
-        AppendHex(sFile, static_cast<unsigned char>(c), 2);
-    }
-    if (sFile.size() > LONGEST_PLAIN_FILE)
-    {
-        sFile.resize(KEPT_OF_LONG_FILE);
-        sFile += '~';
-        AppendHex(sFile, Hash(sName, 0), 16);
-        AppendHex(sFile, Hash(sName, 0x9E3779B97F4A7C15), 16);
+        else
+        {
+            sFile.Append('%');
+            AppendHex(sFile, static_cast<unsigned char>(c), 2);
+        }
+        if (sFile.Length() > LONGEST_PLAIN_FILE)
+        {
+            sFile.Cut(KEPT_OF_LONG_FILE);
+            sFile.Append('~');
+            AppendHex(sFile, Hash(sName, 0), 16);
+            AppendHex(sFile, Hash(sName, 0x9E3779B97F4A7C15), 16);
+            break;
+        }
     }
     return sFile;
 }
 } // namespace
 
-// Holds the state against the other threads and processes.
+// Holds the state against the other threads and processes. Against the threads in any case; without the processes'
+// lock, which a copy of the process may lack, the state may not be touched.
 class NamedObject::Guard
 {
 public:
     explicit Guard(NamedObject& oObject) : m_oObject(oObject)
     {
         m_oObject.m_oThreads.lock();
-        LockBytes(m_oObject.m_nFile, F_WRLCK, GUARD_BYTE, 1, F_OFD_SETLKW);
+        m_bHeld = LockBytes(m_oObject.m_nFile, F_WRLCK, GUARD_BYTE, 1, F_OFD_SETLKW);
     }
 
     ~Guard()
     {
-        LockBytes(m_oObject.m_nFile, F_UNLCK, GUARD_BYTE, 1);
+        if (m_bHeld)
+            LockBytes(m_oObject.m_nFile, F_UNLCK, GUARD_BYTE, 1);
         m_oObject.m_oThreads.unlock();
     }
 
     Guard(const Guard&) = delete;
     Guard& operator=(const Guard&) = delete;
 
+    explicit operator bool() const { return m_bHeld; }
+
 private:
     NamedObject& m_oObject;
+    bool m_bHeld;
 };
 
 // ---------------------------------------------------------------------------------------------------------------------
-// Opening and closing
+// Opening and closing; the lock of the names is held
 // ---------------------------------------------------------------------------------------------------------------------
 
-NamedObject* NamedObject::FindOpen(const std::string& sFile)
+NamedObject* NamedObject::FindOpen(std::string_view sFile)
 {
     NamedObject* pObject = s_pFirst;
-    while (pObject != nullptr && pObject->m_sFile != sFile)
+    while (pObject != nullptr && pObject->m_sFile.View() != sFile)
         pObject = pObject->m_pNext;
     return pObject;
+}
+
+// Nobody can find it by its name any more.
+void NamedObject::Unlist()
+{
+    NamedObject** ppObject = &s_pFirst;
+    while (*ppObject != nullptr && *ppObject != this)
+        ppObject = &(*ppObject)->m_pNext;
+    if (*ppObject == this)
+        *ppObject = m_pNext;
+}
+
+void NamedObject::Retire()
+{
+    Unlist();
+    m_bRetired.store(true, std::memory_order_relaxed);
+}
+
+bool NamedObject::IsOf(eNamedType nType, const BoundedText& sName) const
+{
+    return m_nType == nType && sName.View() == m_pState->aName;
+}
+
+NamedObject* NamedObject::AddHandle()
+{
+    ++m_nHandles;
+    AddUse();
+    return this;
 }
 
 NamedObject* NamedObject::Open(eNamedType nType, const char* pName, const NamedStart& oStart, bool& bNew)
 {
     bNew = false;
-    const std::string sName = CanonicalName(pName);
-    if (sName.empty())
+    const BoundedText sName = CanonicalName(pName);
+    if (sName.Length() == 0)
         return nullptr;
-    std::string sFile = FileName(sName);
+    const BoundedText sFile = FileName(sName.View());
 
     ThreadRecord& oThread = ThreadRecord::This();
     if (!oThread.Reserve())
         return nullptr;
 
     const std::lock_guard oGuard(s_oNamesLock);
-    if (NamedObject* pObject = FindOpen(sFile))
-    {
-        if (pObject->m_nType != nType || sName != pObject->m_pState->aName)
-            return nullptr;
-        pObject->AddUse();
-        return pObject;
-    }
+    NamedObject* pObject = FindOpen(sFile.View());
+    if (pObject != nullptr && pObject->m_nHandles > 0)
+        return pObject->IsOf(nType, sName) ? pObject->AddHandle() : nullptr;
 
     if (!PrepareNames())
         return nullptr;
     const NamesGuard oNames;
-    auto* pObject = new (std::nothrow) NamedObject(nType, std::move(sFile));
+    if (!oNames)
+        return nullptr;
+
+    // This process has closed its handles, but threads of it still use the object. Handles of others keep the name.
+    if (pObject != nullptr && HasOtherHandles(pObject->m_nFile))
+        return pObject->IsOf(nType, sName) && pObject->HoldName() ? pObject->AddHandle() : nullptr;
+    if (pObject != nullptr)
+        pObject->Retire();
+
+    pObject = new (std::nothrow) NamedObject(nType, sFile);
     if (pObject == nullptr)
         return nullptr;
     if (!pObject->OpenFile(sName, oStart))
@@ -356,28 +418,34 @@ NamedObject::~NamedObject()
 {
     if (m_pState != nullptr)
         munmap(m_pState, sizeof(SharedState));
-    if (m_nFile >= 0)
-        close(m_nFile);
+    CloseFile();
 }
 
-bool NamedObject::OpenFile(const std::string& sName, const NamedStart& oStart)
+void NamedObject::CloseFile()
 {
-    m_nFile = openat(s_nDirectory, m_sFile.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
+    if (m_nFile >= 0)
+        close(m_nFile);
+    m_nFile = -1;
+}
+
+bool NamedObject::OpenFile(const BoundedText& sName, const NamedStart& oStart)
+{
+    m_nFile = openat(s_nDirectory, m_sFile.Text(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
     if (m_nFile >= 0)
     {
-        if (HasOtherHolders(m_nFile))
+        if (HasOtherHandles(m_nFile))
             return OpenExisting(sName);
 
-        unlinkat(s_nDirectory, m_sFile.c_str(), 0);
-        close(m_nFile);
+        unlinkat(s_nDirectory, m_sFile.Text(), 0);
+        CloseFile();
     }
-    m_nFile = openat(s_nDirectory, m_sFile.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
+    m_nFile = openat(s_nDirectory, m_sFile.Text(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE);
     if (m_nFile < 0)
         return false;
     if (CreateNew(sName, oStart))
         return true;
 
-    unlinkat(s_nDirectory, m_sFile.c_str(), 0);
+    unlinkat(s_nDirectory, m_sFile.Text(), 0);
     return false;
 }
 
@@ -391,22 +459,22 @@ bool NamedObject::MapFile()
     return true;
 }
 
-bool NamedObject::OpenExisting(const std::string& sName)
+bool NamedObject::OpenExisting(const BoundedText& sName)
 {
     struct stat oStat = {};
     return fstat(m_nFile, &oStat) == 0 && static_cast<std::size_t>(oStat.st_size) == sizeof(SharedState) && MapFile() &&
            m_pState->nMagic == MAGIC && m_pState->nType == static_cast<std::uint32_t>(m_nType) &&
-           std::strncmp(m_pState->aName, sName.c_str(), NAME_FIELD) == 0 && BecomeHolder();
+           std::strncmp(m_pState->aName, sName.Text(), NAME_FIELD) == 0 && BecomeHolder();
 }
 
-bool NamedObject::CreateNew(const std::string& sName, const NamedStart& oStart)
+bool NamedObject::CreateNew(const BoundedText& sName, const NamedStart& oStart)
 {
     // Memory that the system does not have is refused here, not at the first use.
     if (posix_fallocate(m_nFile, 0, sizeof(SharedState)) != 0 || !MapFile() || !BecomeHolder())
         return false;
 
     m_pState->nType = static_cast<std::uint32_t>(m_nType);
-    std::memcpy(m_pState->aName, sName.c_str(), sName.size() + 1);
+    std::memcpy(m_pState->aName, sName.Text(), sName.Length() + 1);
     m_pState->bManualReset = oStart.bManualReset;
     m_pState->bSignalled = oStart.bSignalled;
     m_pState->nCount = oStart.nCount;
@@ -427,18 +495,42 @@ bool NamedObject::CreateNew(const std::string& sName, const NamedStart& oStart)
 
 bool NamedObject::BecomeHolder()
 {
-    for (std::uint32_t nHolder = 1; nHolder <= HOLDER_COUNT; ++nHolder)
+    for (m_nHolder = 1; m_nHolder <= HOLDER_COUNT; ++m_nHolder)
     {
-        if (!LockBytes(m_nFile, F_WRLCK, HOLDER_BYTES + static_cast<off_t>(nHolder), 1))
+        const off_t nByte = HOLDER_BYTES + static_cast<off_t>(m_nHolder);
+        if (!LockBytes(m_nFile, F_WRLCK, nByte, 1))
             continue;
+        if (!HoldName())
+        {
+            LockBytes(m_nFile, F_UNLCK, nByte, 1);
+            continue;
+        }
 
         // Whoever had the number before left without a word, or left nothing.
-        m_nHolder = nHolder;
         const Guard oGuard(*this);
-        ForgetHolder(nHolder);
+        if (!oGuard)
+            return false;
+        ForgetHolder(m_nHolder);
         return true;
     }
     return false;
+}
+
+bool NamedObject::HoldName()
+{
+    return LockBytes(m_nFile, F_WRLCK, NAME_BYTES + static_cast<off_t>(m_nHolder), 1);
+}
+
+// The last handle of this process is closed. The name goes with the last one of all.
+void NamedObject::LeaveName()
+{
+    const NamesGuard oNames;
+    LockBytes(m_nFile, F_UNLCK, NAME_BYTES + static_cast<off_t>(m_nHolder), 1);
+    if (!oNames || HasOtherHandles(m_nFile))
+        return;
+
+    unlinkat(s_nDirectory, m_sFile.Text(), 0);
+    Retire();
 }
 
 void NamedObject::ForgetHolder(std::uint32_t nHolder)
@@ -450,6 +542,44 @@ void NamedObject::ForgetHolder(std::uint32_t nHolder)
     }
     if (m_pState->nOwnerHolder == nHolder)
         FreeMutex(true);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Uses
+// ---------------------------------------------------------------------------------------------------------------------
+
+void NamedObject::CloseHandle(std::uint32_t hObject)
+{
+    {
+        const Guard oGuard(*this);
+        for (LocalWait* pWait = m_pWaits; pWait != nullptr; pWait = pWait->pNext)
+        {
+            if (pWait->hObject != hObject)
+                continue;
+
+            pWait->bClosed = true;
+            std::uint32_t nWaiting = SharedWaiter::Waiting;
+            if (pWait->pWaiter != nullptr &&
+                pWait->pWaiter->nState.compare_exchange_strong(nWaiting, SharedWaiter::Failed))
+                FutexWake(&pWait->pWaiter->nState, eFutexScope::Machine);
+        }
+    }
+    {
+        const std::lock_guard oNamesLock(s_oNamesLock);
+        if (--m_nHandles == 0 && m_nFile >= 0)
+            LeaveName();
+    }
+    if (IsRetired())
+    {
+        // Whether the thread owns it makes no difference to anybody now.
+        ThreadRecord& oThread = ThreadRecord::This();
+        if (OwnedMutex* pOwned = oThread.Find(0, this))
+        {
+            oThread.Remove(pOwned);
+            RemoveUse();
+        }
+    }
+    RemoveUse();
 }
 
 void NamedObject::RemoveUse()
@@ -466,14 +596,7 @@ void NamedObject::RemoveUse()
     if (m_nUses.fetch_sub(1, std::memory_order_acq_rel) != 1)
         return;
 
-    NamedObject** ppObject = &s_pFirst;
-    while (*ppObject != this)
-        ppObject = &(*ppObject)->m_pNext;
-    *ppObject = m_pNext;
-
-    const NamesGuard oNames;
-    if (!HasOtherHolders(m_nFile))
-        unlinkat(s_nDirectory, m_sFile.c_str(), 0);
+    Unlist();
     delete this;
 }
 
@@ -601,7 +724,7 @@ void NamedObject::FreeMutexOfDeadOwner()
 // The operations
 // ---------------------------------------------------------------------------------------------------------------------
 
-unsigned NamedObject::Wait(std::uint32_t nMilliseconds)
+unsigned NamedObject::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
 {
     ThreadRecord& oThread = ThreadRecord::This();
     if (!oThread.Reserve())
@@ -609,9 +732,13 @@ unsigned NamedObject::Wait(std::uint32_t nMilliseconds)
 
     const Deadline oDeadline(nMilliseconds);
     unsigned nResult = WAIT_RESULT_TIME_OUT;
-    SharedWaiter* pWaiter = nullptr;
+    LocalWait oWait{.hObject = hObject, .nThread = oThread.Number()};
     {
+        // Whoever closes the handle from here on finds the wait.
         const Guard oGuard(*this);
+        if (!oGuard || !WaitTable::IsOpen(hObject))
+            return WAIT_RESULT_FAILED;
+
         switch (Try(oThread.Number()))
         {
         case eTry::Again:
@@ -625,14 +752,15 @@ unsigned NamedObject::Wait(std::uint32_t nMilliseconds)
         case eTry::Busy:
             if (nMilliseconds == 0)
                 return WAIT_RESULT_TIME_OUT;
-            pWaiter = Enqueue(oThread.Number());
+            oWait.pWaiter = Enqueue(oThread.Number());
+            oWait.pNext = std::exchange(m_pWaits, &oWait);
             break;
         }
     }
 
     if (nResult == WAIT_RESULT_TIME_OUT)
-        nResult = WaitInQueue(oThread.Number(), pWaiter, oDeadline);
-    if (nResult != WAIT_RESULT_TIME_OUT && m_nType == eNamedType::Mutex)
+        nResult = WaitInQueue(oWait, oDeadline);
+    if (m_nType == eNamedType::Mutex && (nResult == WAIT_RESULT_SIGNALLED || nResult == WAIT_RESULT_ABANDONED))
     {
         AddUse();
         oThread.Add(0, this);
@@ -640,14 +768,13 @@ unsigned NamedObject::Wait(std::uint32_t nMilliseconds)
     return nResult;
 }
 
-// pWaiter is null when the file had no room for the waiter.
-unsigned NamedObject::WaitInQueue(std::uint32_t nThread, SharedWaiter* pWaiter, const Deadline& oDeadline)
+unsigned NamedObject::WaitInQueue(LocalWait& oWait, const Deadline& oDeadline)
 {
     for (;;)
     {
         const Deadline oNextLook =
             m_nType == eNamedType::Mutex ? oDeadline.AtMost(OWNER_CHECK_MILLISECONDS) : oDeadline;
-        if (pWaiter != nullptr)
+        if (SharedWaiter* pWaiter = oWait.pWaiter; pWaiter != nullptr)
         {
             while (pWaiter->nState.load(std::memory_order_acquire) == SharedWaiter::Waiting && !oNextLook.HasPassed())
                 FutexWait(pWaiter->nState, SharedWaiter::Waiting, oNextLook, eFutexScope::Machine);
@@ -657,31 +784,64 @@ unsigned NamedObject::WaitInQueue(std::uint32_t nThread, SharedWaiter* pWaiter, 
             SleepFor(NO_ROOM_MILLISECONDS);
         }
 
+        unsigned nResult = WAIT_RESULT_TIME_OUT;
         const bool bLast = oDeadline.HasPassed();
-        const Guard oGuard(*this);
-        if (m_nType == eNamedType::Mutex)
-            FreeMutexOfDeadOwner();
-
-        if (pWaiter == nullptr)
-        {
-            const eTry nTry = Try(nThread);
-            if (nTry != eTry::Busy)
-                return nTry == eTry::GotAbandoned ? WAIT_RESULT_ABANDONED : WAIT_RESULT_SIGNALLED;
-            if (bLast)
-                return WAIT_RESULT_TIME_OUT;
-            pWaiter = Enqueue(nThread);
-            continue;
-        }
-
-        const std::uint32_t nState = pWaiter->nState.load(std::memory_order_acquire);
-        if (nState == SharedWaiter::Waiting && !bLast)
-            continue;
-
-        pWaiter->nState.store(SharedWaiter::Free, std::memory_order_relaxed);
-        if (nState == SharedWaiter::Waiting)
-            return WAIT_RESULT_TIME_OUT;
-        return nState == SharedWaiter::GrantedAbandoned ? WAIT_RESULT_ABANDONED : WAIT_RESULT_SIGNALLED;
+        if (EndWait(oWait, bLast, nResult))
+            return nResult;
     }
+}
+
+// Looks what came of a wait; false when it goes on. bLast: the time has passed.
+bool NamedObject::EndWait(LocalWait& oWait, bool bLast, unsigned& nResult)
+{
+    const Guard oGuard(*this);
+    if (!oGuard)
+        return false;
+
+    if (m_nType == eNamedType::Mutex)
+        FreeMutexOfDeadOwner();
+
+    std::uint32_t nState = SharedWaiter::Waiting;
+    if (oWait.pWaiter != nullptr)
+    {
+        nState = oWait.pWaiter->nState.load(std::memory_order_acquire);
+    }
+    else if (oWait.bClosed)
+    {
+        nState = SharedWaiter::Failed;
+    }
+    else if (const eTry nTry = Try(oWait.nThread); nTry != eTry::Busy)
+    {
+        nState = nTry == eTry::GotAbandoned ? SharedWaiter::GrantedAbandoned : SharedWaiter::Granted;
+    }
+    else if (!bLast)
+    {
+        oWait.pWaiter = Enqueue(oWait.nThread);
+    }
+
+    if (nState == SharedWaiter::Waiting && !bLast)
+        return false;
+
+    if (oWait.pWaiter != nullptr)
+        oWait.pWaiter->nState.store(SharedWaiter::Free, std::memory_order_relaxed);
+    LocalWait** ppWait = &m_pWaits;
+    while (*ppWait != &oWait)
+        ppWait = &(*ppWait)->pNext;
+    *ppWait = oWait.pNext;
+
+    switch (nState)
+    {
+    case SharedWaiter::Waiting:
+        nResult = WAIT_RESULT_TIME_OUT;
+        break;
+    case SharedWaiter::Failed:
+        nResult = WAIT_RESULT_FAILED;
+        break;
+    default:
+        nResult = nState == SharedWaiter::GrantedAbandoned ? WAIT_RESULT_ABANDONED : WAIT_RESULT_SIGNALLED;
+        break;
+    }
+    return true;
 }
 
 bool NamedObject::UnlockMutex()
@@ -692,7 +852,7 @@ bool NamedObject::UnlockMutex()
     ThreadRecord& oThread = ThreadRecord::This();
     {
         const Guard oGuard(*this);
-        if (!IsOwner(oThread.Number()))
+        if (!oGuard || !IsOwner(oThread.Number()))
             return false;
         if (--m_pState->nOwned > 0)
             return true;
@@ -712,6 +872,9 @@ bool NamedObject::ChangeEvent(bool bSignalled)
         return false;
 
     const Guard oGuard(*this);
+    if (!oGuard)
+        return false;
+
     if (!bSignalled)
     {
         m_pState->bSignalled = 0;
@@ -736,7 +899,7 @@ bool NamedObject::UnlockSemaphore(std::uint32_t nCount, std::uint32_t& nPrevious
         return false;
 
     const Guard oGuard(*this);
-    if (nCount > m_pState->nMaximum - m_pState->nCount)
+    if (!oGuard || nCount > m_pState->nMaximum - m_pState->nCount)
         return false;
 
     nPrevious = m_pState->nCount;
@@ -750,7 +913,7 @@ void NamedObject::AbandonMutex(std::uint32_t nThread)
 {
     {
         const Guard oGuard(*this);
-        if (IsOwner(nThread))
+        if (oGuard && IsOwner(nThread))
             FreeMutex(true);
     }
     RemoveUse();
@@ -770,27 +933,48 @@ void NamedObject::AfterForkInParent()
     s_oNamesLock.unlock();
 }
 
-// The child becomes a holder of its own, through openings of its own: locks belong to the opening. It owns no mutex.
+// Only the forking thread lives on, and it owns no named mutex.
 void NamedObject::AfterForkInChild()
 {
     s_oNamesLock.Reset();
     if (s_nLockFile >= 0)
         Reopen(s_nLockFile);
 
-    for (NamedObject** ppObject = &s_pFirst; *ppObject != nullptr;)
+    for (NamedObject* pObject = s_pFirst; pObject != nullptr;)
     {
-        NamedObject& oObject = **ppObject;
-        oObject.m_oThreads.Reset();
-        oObject.m_nUses = WaitTable::CountNamed(&oObject);
-        if (oObject.m_nUses == 0) // only threads of the parent used it
-        {
-            *ppObject = oObject.m_pNext;
-            delete &oObject;
-            continue;
-        }
-        Reopen(oObject.m_nFile);
-        oObject.BecomeHolder();
-        ppObject = &oObject.m_pNext;
+        NamedObject* pNext = pObject->m_pNext;
+        pObject->BecomeChild();
+        pObject = pNext;
     }
+}
+
+// The child becomes a holder of its own, through an opening of its own: locks belong to the opening. Where the system
+// refuses that the object is lost to the child: what its handles are used for fails.
+void NamedObject::BecomeChild()
+{
+    m_oThreads.Reset();
+    m_pWaits = nullptr;
+    m_nHandles = WaitTable::CountNamed(this);
+    m_nUses = m_nHandles;
+    if (m_nHandles == 0) // only threads of the parent used it
+    {
+        Unlist();
+        delete this;
+        return;
+    }
+
+    Reopen(m_nFile);
+    const NamesGuard oNames;
+    if (m_nFile < 0 || !oNames || !BecomeHolder())
+    {
+        Unlist();
+        CloseFile();
+        return;
+    }
+
+    // The parent may have closed the last handle meanwhile. The child's go on, without the name.
+    struct stat oStat = {};
+    if (fstat(m_nFile, &oStat) != 0 || oStat.st_nlink == 0)
+        Unlist();
 }
 } // namespace System

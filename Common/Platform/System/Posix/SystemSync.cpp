@@ -40,7 +40,7 @@ void* OpenNamed(eNamedType nType, const char* pName, const NamedStart& oStart)
     {
         if (bNew && oStart.bOwned)
             pNamed->UnlockMutex();
-        pNamed->RemoveUse();
+        pNamed->CloseHandle(0);
     }
     return ToHandle(hObject);
 }

@@ -55,8 +55,10 @@ bool ThreadRecord::Grow()
     for (std::uint32_t i = 0; i < m_nOwned; ++i)
     {
         const OwnedMutex oOwned = m_pOwned[i];
-        if (oOwned.pNamed != nullptr || WaitTable::IsMutexOf(oOwned.hMutex, m_nNumber))
+        if (oOwned.pNamed == nullptr ? WaitTable::IsMutexOf(oOwned.hMutex, m_nNumber) : !oOwned.pNamed->IsRetired())
             m_pOwned[nKept++] = oOwned;
+        else if (oOwned.pNamed != nullptr)
+            oOwned.pNamed->RemoveUse();
     }
     m_nOwned = nKept;
     if (m_nOwned <= m_nCapacity / 2)

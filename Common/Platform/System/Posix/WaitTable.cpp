@@ -596,7 +596,7 @@ private:
         return WaitForSemaphore(hObject, nMilliseconds);
     default:
         const NamedUse oNamed(hObject);
-        return oNamed ? oNamed->Wait(nMilliseconds) : WAIT_RESULT_FAILED;
+        return oNamed ? oNamed->Wait(hObject, nMilliseconds) : WAIT_RESULT_FAILED;
     }
 }
 
@@ -778,8 +778,13 @@ bool WaitTable::Close(std::uint32_t hObject)
     }
     ReturnSlot(hObject & INDEX_MASK);
     if (pNamed != nullptr)
-        pNamed->RemoveUse();
+        pNamed->CloseHandle(hObject);
     return true;
+}
+
+bool WaitTable::IsOpen(std::uint32_t hObject)
+{
+    return IsPossible(hObject) && HandleIn(SlotOf(hObject).nWord.load(std::memory_order_relaxed)) == hObject;
 }
 
 bool WaitTable::IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread)
@@ -848,7 +853,7 @@ std::uint32_t WaitTable::CountNamed(const NamedObject* pNamed)
 {
     std::uint32_t nHandles = 0;
     for (std::uint32_t i = 0; i < s_nUsed; ++i)
-        nHandles += SlotAt(i).pNamed == pNamed;
+        nHandles += SlotAt(i).pNamed == pNamed && HandleIn(SlotAt(i).nWord.load(std::memory_order_relaxed)) != 0;
     return nHandles;
 }
 
@@ -880,7 +885,10 @@ void WaitTable::AfterForkInChild(std::uint32_t nOldNumber, std::uint32_t nNewNum
         const std::uint64_t nWord = oSlot.nWord.load(std::memory_order_relaxed);
         std::uint32_t nState = StateIn(nWord) & ~HAS_WAITERS;
         if (HandleIn(nWord) == 0)
+        {
+            oSlot.pNamed = nullptr; // a handle that was to be one when the process was copied
             continue;
+        }
 
         const eKind nKind = oSlot.nKind.load(std::memory_order_relaxed);
         if (nKind == eKind::Mutex && (nState & MUTEX_OWNER) != 0)

@@ -20,7 +20,7 @@ std::uint32_t AddMutex(bool bOwned);
 std::uint32_t AddEvent(bool bManualReset, bool bSignalled);
 std::uint32_t AddSemaphore(std::uint32_t nCount, std::uint32_t nMaximum);
 std::uint32_t AddThread();
-std::uint32_t AddNamed(NamedObject* pNamed); // takes a use of it over
+std::uint32_t AddNamed(NamedObject* pNamed); // takes a handle of it over
 
 unsigned Wait(std::uint32_t hObject, std::uint32_t nMilliseconds);
 bool UnlockMutex(std::uint32_t hMutex);
@@ -28,6 +28,7 @@ bool SetEvent(std::uint32_t hEvent);
 bool ClearEvent(std::uint32_t hEvent);
 bool UnlockSemaphore(std::uint32_t hSemaphore, std::uint32_t nCount, std::uint32_t& nPrevious);
 bool Close(std::uint32_t hObject);
+bool IsOpen(std::uint32_t hObject);
 
 // For the end of a thread.
 bool IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread);
