@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -157,8 +158,8 @@ struct sProgramResult
     std::string sOutput;
 };
 
-// Runs a program that stands in the search path, without a shell, waits for its end and keeps the first bytes of its
-// standard output. It inherits the standard descriptors and no other.
+// Runs a program, told by its full path, without a shell, waits for its end and keeps the first bytes of its standard
+// output. It inherits the standard descriptors and no other.
 sProgramResult RunProgram(const std::vector<std::string>& oArguments)
 {
     sProgramResult oResult;
@@ -191,7 +192,7 @@ sProgramResult RunProgram(const std::vector<std::string>& oArguments)
 
     pid_t nChild = -1;
     const bool bStarted =
-        posix_spawnp(&nChild, oPointers.front(), &oActions, &oAttributes, oPointers.data(), environ) == 0;
+        posix_spawn(&nChild, oPointers.front(), &oActions, &oAttributes, oPointers.data(), environ) == 0;
     posix_spawnattr_destroy(&oAttributes);
     posix_spawn_file_actions_destroy(&oActions);
     close(aPipe[1]);
@@ -233,60 +234,103 @@ std::string FindProgram(const char* pName)
     return std::string();
 }
 
-// The first of the dialog programs that is installed; empty when none is.
-std::string FindDialogProgram()
+enum class eDialogProgram : int
 {
-    for (const char* pName : {"zenity", "kdialog", "xmessage"})
+    None,
+    Zenity,
+    Kdialog,
+    Xmessage,
+};
+
+// The first of the dialog programs that is installed, and its full path.
+std::pair<eDialogProgram, std::string> FindDialogProgram()
+{
+    constexpr std::pair<eDialogProgram, const char*> PROGRAMS[] = {
+        {eDialogProgram::Zenity, "zenity"},
+        {eDialogProgram::Kdialog, "kdialog"},
+        {eDialogProgram::Xmessage, "xmessage"},
+    };
+    for (const auto& [nProgram, pName] : PROGRAMS)
     {
-        if (!FindProgram(pName).empty())
-            return pName;
+        std::string sPath = FindProgram(pName);
+        if (!sPath.empty())
+            return {nProgram, std::move(sPath)};
     }
-    return std::string();
+    return {eDialogProgram::None, std::string()};
+}
+
+// The text for a program that takes "\n" and its like for escapes.
+std::string EscapeBackslashes(std::string_view sText)
+{
+    std::string sResult;
+    for (const char c : sText)
+        sResult.append(c == '\\' ? 2 : 1, c);
+    return sResult;
+}
+
+// The text for a program that takes what begins like an option for one.
+std::string HideOptionSign(const std::string& sText)
+{
+    return sText.starts_with('-') || sText.starts_with('+') ? " " + sText : sText;
 }
 
 // False when it is not known that the user has seen the text: a closed window and a display that cannot be reached look
 // the same.
 bool ShowInformationInDialog(const std::string& sText, const std::string& sCaption)
 {
-    const std::string sProgram = FindDialogProgram();
-    if (sProgram.empty())
-        return false;
-    if (sProgram == "zenity")
-        return RunProgram({sProgram, "--info", "--no-markup", "--title=" + sCaption, "--text=" + sText}).nStatus == 0;
-    if (sProgram == "kdialog")
-        return RunProgram({sProgram, "--title", sCaption, "--msgbox", sText}).nStatus == 0;
-    return RunProgram({sProgram, "-center", "-title", sCaption, "-buttons", "OK:0", sText}).nStatus == 0;
+    const auto [nProgram, sPath] = FindDialogProgram();
+    switch (nProgram)
+    {
+    case eDialogProgram::Zenity:
+        return RunProgram({sPath, "--info", "--no-markup", "--title=" + sCaption, "--text=" + EscapeBackslashes(sText)})
+                   .nStatus == 0;
+    case eDialogProgram::Kdialog:
+        return RunProgram({sPath, "--title=" + sCaption, "--msgbox=" + EscapeBackslashes(sText)}).nStatus == 0;
+    case eDialogProgram::Xmessage:
+        return RunProgram({sPath, "-center", "-title", sCaption, "-buttons", "OK:0", HideOptionSign(sText)}).nStatus ==
+               0;
+    case eDialogProgram::None:
+        break;
+    }
+    return false;
 }
 
 // False when there is no answer that is surely the user's.
 bool AskInDialog(const std::string& sText, const std::string& sCaption, eDialogAnswer& nAnswer)
 {
-    const std::string sProgram = FindDialogProgram();
-    if (sProgram.empty())
-        return false;
+    // The exit status is the number of the button; for the last program we choose the numbers, so that its own 1 for a
+    // failure is none of them.
+    constexpr int FIRST_BUTTON = 100;
+    int nButton = -1;
 
-    if (sProgram == "zenity")
+    const auto [nProgram, sPath] = FindDialogProgram();
+    switch (nProgram)
+    {
+    case eDialogProgram::Zenity:
     {
         // The label of the button that was pressed comes on the standard output.
         const std::string sOutput =
-            RunProgram({sProgram, "--question", "--no-markup", "--switch", "--extra-button=Cancel", "--extra-button=No",
-                        "--extra-button=Yes", "--title=" + sCaption, "--text=" + sText})
+            RunProgram({sPath, "--question", "--no-markup", "--switch", "--extra-button=Cancel", "--extra-button=No",
+                        "--extra-button=Yes", "--title=" + sCaption, "--text=" + EscapeBackslashes(sText)})
                 .sOutput;
         nAnswer = sOutput.starts_with("Yes")  ? eDialogAnswer::Yes
                   : sOutput.starts_with("No") ? eDialogAnswer::No
                                               : eDialogAnswer::Cancel;
         return !sOutput.empty();
     }
+    case eDialogProgram::Kdialog:
+        nButton = RunProgram({sPath, "--title=" + sCaption, "--yesnocancel=" + EscapeBackslashes(sText)}).nStatus;
+        break;
+    case eDialogProgram::Xmessage:
+        nButton = RunProgram({sPath, "-center", "-title", sCaption, "-buttons", "Yes:100,No:101,Cancel:102", "-default",
+                              "Yes", HideOptionSign(sText)})
+                      .nStatus -
+                  FIRST_BUTTON;
+        break;
+    case eDialogProgram::None:
+        return false;
+    }
 
-    // The exit status is the number of the button; for the last program we choose the numbers, so that its own 1 for a
-    // failure is none of them.
-    constexpr int FIRST_BUTTON = 100;
-    const int nButton = sProgram == "kdialog"
-                            ? RunProgram({sProgram, "--title", sCaption, "--yesnocancel", sText}).nStatus
-                            : RunProgram({sProgram, "-center", "-title", sCaption, "-buttons",
-                                          "Yes:100,No:101,Cancel:102", "-default", "Yes", sText})
-                                      .nStatus -
-                                  FIRST_BUTTON;
     constexpr std::array ANSWERS = {eDialogAnswer::Yes, eDialogAnswer::No, eDialogAnswer::Cancel};
     if (nButton < 0 || nButton >= static_cast<int>(ANSWERS.size()))
         return false;
