@@ -5,6 +5,7 @@
 #include <Common/Platform/PlatformFile.h>
 
 #include <tests/support/ArchiveBytes.h>
+#include <tests/support/DirectoryFault.h>
 #include <tests/support/FileSizeLimit.h>
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestFile.h>
@@ -1116,6 +1117,27 @@ TEST(IsolatedArchiveExtraction, BringsBackFilesOfEverySize)
             EXPECT_TRUE(ReadThroughFiles("x/" + sName) == sBytes) << sName;
         }
     }
+}
+
+TEST(IsolatedArchiveCreation, PacksNoDirectoryThatFailsHalfWay)
+{
+    if (!CDirectoryFault::IsSupported())
+        GTEST_SKIP() << "no test can make a directory of this system fail";
+
+    const CTestDirectory oDirectory;
+    const std::string sHere = Here();
+    WriteTree(oDirectory, "tree", GoldenTree());
+    for (int nEntries = 0; nEntries < 15; ++nEntries)
+    {
+        {
+            const CDirectoryFault oFault(nEntries);
+            EXPECT_EQ(CreateError("x", "tree"), NOT_OPENED) << nEntries;
+        }
+        EXPECT_EQ(Here(), sHere);
+    }
+    ASSERT_TRUE(Files().CreateArchive("x", "tree"));
+    ASSERT_TRUE(Files().ExtractArchive("x", ""));
+    EXPECT_TRUE(ListTree("x") == ListTree("tree"));
 }
 
 // ---------------------------------------------------------------- notifications

@@ -545,6 +545,27 @@ TEST_F(FileIO, MovesWithinTheFile)
     EXPECT_FALSE(oFile.IsEof());
 }
 
+TEST_F(FileIO, AppendsWhereverItStands)
+{
+    m_oDirectory.Write("log", "0123456789");
+    ASSERT_TRUE(m_oFile.Open("log", 4));
+    EXPECT_EQ(m_oFile.GetSize(), 10U);
+    EXPECT_EQ(m_oFile.GetFilePointerPos(), 10U);
+    EXPECT_TRUE(m_oFile.Write("a", 1));
+    EXPECT_EQ(m_oFile.GetFilePointerPos(), 11U);
+
+    EXPECT_TRUE(m_oFile.SetFilePointerPos(2));
+    EXPECT_EQ(m_oFile.GetFilePointerPos(), 2U);
+    EXPECT_TRUE(m_oFile.Write("bc", 2));
+    EXPECT_EQ(m_oFile.WriteRaw("d", 1, 1), 1);
+    EXPECT_TRUE(m_oFile.Skip(-3));
+    EXPECT_TRUE(m_oFile.Printf("%s", "ef"));
+    EXPECT_TRUE(m_oFile.Flush());
+    EXPECT_EQ(m_oDirectory.Read("log"), "0123456789abcdef");
+    EXPECT_TRUE(m_oFile.Close());
+    EXPECT_EQ(m_oDirectory.Read("log"), "0123456789abcdef");
+}
+
 TEST_F(FileIO, FlushTellsOfAFullDisk)
 {
     CTestDirectory oDirectory;

@@ -3,6 +3,8 @@
 #include <Common/File/MemFileIO.h>
 #include <Common/Platform/PlatformMemory.h>
 
+#include <tests/support/MemoryLimit.h>
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -506,4 +508,70 @@ TEST(MemFileIO, CopiesOfAnAttachedFileGrowWithoutTouchingTheBlock)
     EXPECT_EQ(Content(oFile), "ab");
     MEM_Free(oCopy.Detach());
     MEM_Free(oFile.Detach());
+}
+
+TEST(IsolatedMemFileIO, TellsOfMemoryThatThereIsNot)
+{
+    // Where a limit can be set, there is room for one more block of 16 MiB, and no more; where none can be, no program
+    // gets 3 GiB as long as an address has 32 bits.
+    constexpr unsigned long STEP = 16UL << 20;
+    constexpr unsigned long HUGE_SIZE = 0xC0000000UL;
+    if (!CMemoryLimit::IsSupported() && sizeof(void*) > 4)
+        GTEST_SKIP() << "this target sets no limit to the memory of a test";
+
+    CMemFileIO oEmpty(STEP);
+    CMemFileIO oFile(STEP);
+    ASSERT_TRUE(oFile.Write("abc", 3));
+    CMemFileIO oCopy(oFile);
+    const CMemoryLimit oLimit(STEP + STEP / 2);
+
+    ExpectError(4601, [&] { oEmpty.SetSize(HUGE_SIZE); });
+    EXPECT_EQ(oEmpty.GetBuffer(), nullptr);
+    EXPECT_EQ(oEmpty.GetBufferSize(), 0U);
+    EXPECT_EQ(oEmpty.GetSize(), 0U);
+
+    // a block that is shared is copied, one that is not is grown: neither is lost
+    unsigned char* const pBlock = oFile.GetBuffer();
+    ExpectError(4601, [&] { oFile.SetSize(HUGE_SIZE); });
+    ExpectError(4601,
+                [&]
+                {
+                    oFile.SetFilePointerPos(HUGE_SIZE);
+                    oFile.Write("d", 1);
+                });
+    EXPECT_EQ(oFile.GetFilePointerPos(), HUGE_SIZE);
+    EXPECT_EQ(oFile.GetBuffer(), pBlock);
+    EXPECT_EQ(Content(oFile), "abc");
+    oCopy.Close();
+    ExpectError(4601, [&] { oFile.SetSize(HUGE_SIZE); });
+    EXPECT_EQ(oFile.GetBuffer(), pBlock);
+    EXPECT_EQ(oFile.GetBufferSize(), STEP);
+    EXPECT_EQ(Content(oFile), "abc");
+
+    // and it goes on
+    EXPECT_TRUE(oFile.SetFilePointerPos(3));
+    EXPECT_TRUE(oFile.Write("de", 2));
+    EXPECT_EQ(Content(oFile), "abcde");
+    EXPECT_TRUE(oEmpty.Write("x", 1));
+}
+
+TEST(IsolatedMemFileIO, LeavesACallersBlockWhenItCannotGrow)
+{
+    constexpr unsigned long HUGE_SIZE = 0xC0000000UL;
+    if (!CMemoryLimit::IsSupported() && sizeof(void*) > 4)
+        GTEST_SKIP() << "this target sets no limit to the memory of a test";
+
+    auto* const pBlock = static_cast<unsigned char*>(MEM_Alloc(100));
+    ASSERT_NE(pBlock, nullptr);
+    CMemFileIO oFile(pBlock, 100, 4096);
+    EXPECT_TRUE(oFile.Write("abc", 3));
+    {
+        const CMemoryLimit oLimit(16UL << 20);
+        ExpectError(4601, [&] { oFile.SetSize(HUGE_SIZE); });
+    }
+    EXPECT_EQ(oFile.GetBuffer(), pBlock);
+    EXPECT_EQ(oFile.GetBufferSize(), 100U);
+    EXPECT_EQ(Content(oFile), "abc");
+    oFile.Close();
+    MEM_Free(pBlock);
 }

@@ -3,20 +3,34 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace
 {
-std::string Load(const std::string& sLibrary)
+std::string Probe(const std::vector<std::string>& oArguments)
 {
-    auto sOutput = ChildProcess({COMMON_LOAD_PROBE, sLibrary}).Wait().sOutput;
+    std::vector<std::string> oCommand = {COMMON_LOAD_PROBE};
+    oCommand.insert(oCommand.end(), oArguments.begin(), oArguments.end());
+    auto sOutput = ChildProcess(oCommand).Wait().sOutput;
     std::erase(sOutput, '\r');
     return sOutput;
+}
+
+std::string Load(const std::string& sLibrary)
+{
+    return Probe({sLibrary});
 }
 } // namespace
 
 TEST(LibraryLoading, StartsNoThreadOpensNoFileAndPrintsNothing)
 {
     EXPECT_EQ(Load(COMMON_LIBRARY), "loaded: 0 threads, 0 files more\n");
+}
+
+TEST(LibraryLoading, WorksAgainAfterItWasUnloaded)
+{
+    EXPECT_EQ(Probe({COMMON_LIBRARY, "again"}), "again: 0 threads, 0 files more\n");
+    EXPECT_EQ(Probe({COMMON_NOISY_LIBRARY, "again"}).find("again"), std::string::npos);
 }
 
 TEST(LibraryLoading, OfALibraryThatDoesAllThatIsNoticed)

@@ -362,6 +362,49 @@ TEST(PlatformFile, SeeksFromThreeOrigins)
     EXPECT_EQ(cByte, '3');
 }
 
+TEST(PlatformFile, AppendsWhereverItStands)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("f", "0123456789");
+    {
+        const COpenFile oFile("f", "ab");
+        EXPECT_EQ(FILE_Write(oFile, "a", 1, 1), 1u);
+        EXPECT_EQ(FILE_Tell(oFile), 11);
+        EXPECT_EQ(FILE_Seek(oFile, 2, 2), 1);
+        EXPECT_EQ(FILE_Tell(oFile), 2);
+        EXPECT_EQ(FILE_Write(oFile, "bc", 1, 2), 2u);
+        EXPECT_EQ(FILE_Flush(oFile), 1);
+        EXPECT_EQ(FILE_Tell(oFile), 13);
+        EXPECT_EQ(oDirectory.Read("f"), "0123456789abc");
+
+        // also behind what another handle has appended meanwhile
+        const COpenFile oOther("f", "ab");
+        EXPECT_EQ(FILE_Write(oOther, "d", 1, 1), 1u);
+        EXPECT_EQ(FILE_Flush(oOther), 1);
+        EXPECT_EQ(FILE_Seek(oFile, 0, 2), 1);
+        EXPECT_EQ(FILE_Write(oFile, "e", 1, 1), 1u);
+        EXPECT_EQ(FILE_Flush(oFile), 1);
+        EXPECT_EQ(FILE_Tell(oFile), 15);
+
+        char cByte = '?';
+        EXPECT_EQ(FILE_Read(oFile, &cByte, 1, 1), 0u) << "it is for writing only";
+        EXPECT_EQ(cByte, '?');
+    }
+    EXPECT_EQ(oDirectory.Read("f"), "0123456789abcde");
+
+    const COpenFile oBoth("f", "a+b");
+    EXPECT_EQ(FILE_Seek(oBoth, 1, 2), 1);
+    char aBytes[3] = {};
+    EXPECT_EQ(FILE_Read(oBoth, aBytes, 1, 2), 2u);
+    EXPECT_STREQ(aBytes, "12");
+    EXPECT_EQ(FILE_Seek(oBoth, 0, 0), 1);
+    EXPECT_EQ(FILE_Write(oBoth, "f", 1, 1), 1u);
+    EXPECT_EQ(FILE_Tell(oBoth), 16);
+    EXPECT_EQ(FILE_Seek(oBoth, -2, 1), 1);
+    EXPECT_EQ(FILE_Read(oBoth, aBytes, 1, 2), 2u);
+    EXPECT_STREQ(aBytes, "ef");
+}
+
 TEST(PlatformFile, ReachesBeyondTwoGibibytes)
 {
     const CTestDirectory oDirectory;

@@ -2,13 +2,20 @@
 
 #    include <tests/support/Fork.h>
 
+#    include <csignal>
+
+#    include <sys/ptrace.h>
 #    include <sys/wait.h>
 #    include <unistd.h>
 
+namespace
+{
+constexpr unsigned LIMIT_SECONDS = 60;
+constexpr int NO_TRACER = 101;
+} // namespace
+
 int RunInFork(const std::function<int()>& fnWork)
 {
-    constexpr unsigned LIMIT_SECONDS = 60;
-
     const pid_t nChild = fork();
     if (nChild == 0)
     {
@@ -20,6 +27,27 @@ int RunInFork(const std::function<int()>& fnWork)
     if (nChild < 0 || waitpid(nChild, &nStatus, 0) != nChild || !WIFEXITED(nStatus))
         return -1;
     return WEXITSTATUS(nStatus);
+}
+
+int RunTraced(const std::function<int()>& fnWork, bool& bTrapped)
+{
+    bTrapped = false;
+
+    const pid_t nChild = fork();
+    if (nChild == 0)
+    {
+        alarm(LIMIT_SECONDS);
+        _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? fnWork() : NO_TRACER);
+    }
+
+    int nStatus = 0;
+    while (nChild > 0 && waitpid(nChild, &nStatus, 0) == nChild && WIFSTOPPED(nStatus))
+    {
+        const bool bTrap = WSTOPSIG(nStatus) == SIGTRAP;
+        bTrapped = bTrapped || bTrap;
+        ptrace(PTRACE_CONT, nChild, nullptr, bTrap ? 0L : static_cast<long>(WSTOPSIG(nStatus)));
+    }
+    return nChild > 0 && WIFEXITED(nStatus) && WEXITSTATUS(nStatus) != NO_TRACER ? WEXITSTATUS(nStatus) : -1;
 }
 
 bool HasFork()

@@ -7,6 +7,11 @@ int RunInFork(const std::function<int()>&)
     return -1;
 }
 
+int RunTraced(const std::function<int()>&, bool&)
+{
+    return -1;
+}
+
 bool HasFork()
 {
     return false;

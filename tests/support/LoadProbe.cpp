@@ -1,10 +1,14 @@
 // Loads the library into a process that knows nothing of it, and tells what the loading changed in the process.
 //
-//     LoadProbe LIBRARY    prints "loaded: N threads, N files more"
+//     LoadProbe LIBRARY          prints "loaded: N threads, N files more"
+//     LoadProbe LIBRARY again    uses it, unloads it, and does all that again; then prints "again: N threads, N files
+//                                more", or what did not work
 
 #include <cstdint>
 #include <cstdio>
+#include <future>
 #include <string>
+#include <thread>
 
 #if defined(_WIN32)
 #    define WIN32_LEAN_AND_MEAN
@@ -14,9 +18,19 @@
 
 namespace
 {
-bool Load(const char* pPath)
+void* Load(const char* pPath)
 {
-    return LoadLibraryA(pPath) != nullptr;
+    return reinterpret_cast<void*>(LoadLibraryA(pPath));
+}
+
+void* Find(void* pLibrary, const char* pFunction)
+{
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(pLibrary), pFunction));
+}
+
+bool Unload(void* pLibrary)
+{
+    return FreeLibrary(static_cast<HMODULE>(pLibrary)) != 0;
 }
 
 int CountThreads()
@@ -47,9 +61,19 @@ int CountFiles()
 
 namespace
 {
-bool Load(const char* pPath)
+void* Load(const char* pPath)
 {
-    return dlopen(pPath, RTLD_NOW | RTLD_LOCAL) != nullptr;
+    return dlopen(pPath, RTLD_NOW | RTLD_LOCAL);
+}
+
+void* Find(void* pLibrary, const char* pFunction)
+{
+    return dlsym(pLibrary, pFunction);
+}
+
+bool Unload(void* pLibrary)
+{
+    return dlclose(pLibrary) == 0;
 }
 
 int CountEntries(const char* pDirectory)
@@ -72,18 +96,67 @@ int CountFiles()
 } // namespace
 #endif
 
+namespace
+{
+// Uses the library from here and from a thread that ends, as owner of a mutex, when the library is unloaded already.
+// Returns what did not work, null when everything did.
+const char* UseAndUnload(void* pLibrary)
+{
+    const auto pCreate = reinterpret_cast<void* (*)(bool, const char*)>(Find(pLibrary, "SYNC_CreateMutex"));
+    const auto pLock = reinterpret_cast<unsigned (*)(void*)>(Find(pLibrary, "SYNC_LockMutex"));
+    const auto pUnlock = reinterpret_cast<int (*)(void*)>(Find(pLibrary, "SYNC_UnlockMutex"));
+    const auto pDestroy = reinterpret_cast<bool (*)(void*)>(Find(pLibrary, "SYNC_DestroyMutex"));
+    const auto pOpen = reinterpret_cast<int (*)(const char*, const char*)>(Find(pLibrary, "FILE_Open"));
+    if (pCreate == nullptr || pLock == nullptr || pUnlock == nullptr || pDestroy == nullptr || pOpen == nullptr)
+        return "a function is missing";
+
+    if (pOpen("no such file", "rb") != -1)
+        return "a missing file was opened";
+    void* const hOwn = pCreate(false, nullptr);
+    if (hOwn == nullptr || pLock(hOwn) != 0 || pUnlock(hOwn) == 0 || !pDestroy(hOwn))
+        return "a mutex did not work";
+
+    void* const hThreads = pCreate(false, nullptr);
+    std::promise<unsigned> oLocked;
+    std::promise<void> oUnloaded;
+    std::thread oThread(
+        [&]
+        {
+            oLocked.set_value(pLock(hThreads));
+            oUnloaded.get_future().wait();
+        });
+    const bool bLocked = oLocked.get_future().get() == 0;
+    const bool bUnloaded = Unload(pLibrary);
+    oUnloaded.set_value();
+    oThread.join();
+    return !bLocked ? "a thread did not get its mutex" : !bUnloaded ? "it was not unloaded" : nullptr;
+}
+} // namespace
+
 int main(int nArguments, char** ppArguments)
 {
-    if (nArguments != 2)
+    const bool bAgain = nArguments == 3 && std::string(ppArguments[2]) == "again";
+    if (nArguments != 2 && !bAgain)
         return 2;
 
     const int nThreads = CountThreads();
     const int nFiles = CountFiles();
-    if (!Load(ppArguments[1]))
+    for (int i = 0; i < (bAgain ? 3 : 1); ++i)
     {
-        std::printf("cannot load %s\n", ppArguments[1]);
-        return 1;
+        void* const pLibrary = Load(ppArguments[1]);
+        if (pLibrary == nullptr)
+        {
+            std::printf("cannot load %s\n", ppArguments[1]);
+            return 1;
+        }
+        const char* const pFailure = bAgain ? UseAndUnload(pLibrary) : nullptr;
+        if (pFailure != nullptr)
+        {
+            std::printf("%s\n", pFailure);
+            return 1;
+        }
     }
-    std::printf("loaded: %d threads, %d files more\n", CountThreads() - nThreads, CountFiles() - nFiles);
+    std::printf("%s: %d threads, %d files more\n", bAgain ? "again" : "loaded", CountThreads() - nThreads,
+                CountFiles() - nFiles);
     return 0;
 }

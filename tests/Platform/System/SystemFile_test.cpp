@@ -5,6 +5,7 @@
 #include <Common/Platform/System/FileAttributes.h>
 #include <Common/Platform/System/NameOrder.h>
 
+#include <tests/support/DirectoryFault.h>
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestFile.h>
 
@@ -566,4 +567,54 @@ TEST(CDirectorySearch, OrdersHundredsOfNames)
     ASSERT_EQ(oFound.size(), COUNT);
     for (std::size_t i = 1; i < oFound.size(); ++i)
         ASSERT_TRUE(System::IsNameBefore(oFound[i - 1].c_str(), oFound[i].c_str())) << oFound[i];
+}
+
+// ---------------------------------------------------------------- directories that cannot be read
+
+TEST(CDirectorySearch, FindsNothingWhenTheDirectoryFailsHalfWay)
+{
+    if (!CDirectoryFault::IsSupported())
+        GTEST_SKIP() << "no test can make a directory of this system fail";
+
+    const CTestDirectory oDirectory;
+    for (int i = 0; i < 20; ++i)
+        oDirectory.Write("d/f" + std::to_string(i), "");
+    for (const int nEntries : {0, 1, 10, 22}) // 22 are all, and then the end does not come
+    {
+        const int nBefore = CountOpenFiles();
+        {
+            const CDirectoryFault oFault(nEntries);
+            EXPECT_EQ(Search("d/*"), CNames{"(no directory)"}) << nEntries;
+        }
+        EXPECT_EQ(CountOpenFiles(), nBefore);
+        EXPECT_EQ(Search("d/*").size(), 22u) << "it is there again";
+    }
+    const CDirectoryFault oLater(23);
+    EXPECT_EQ(Search("d/*").size(), 22u);
+}
+
+TEST(SystemFile, RemembersNoDirectoryThatFailedHalfWay)
+{
+    if (!CDirectoryFault::IsSupported())
+        GTEST_SKIP() << "no test can make a directory of this system fail";
+
+    const CTestDirectory oDirectory;
+    for (int i = 0; i < 20; ++i)
+        oDirectory.Write("File" + std::to_string(i), "x");
+    for (const int nEntries : {0, 1, 10, 22})
+    {
+        {
+            const CDirectoryFault oFault(nEntries);
+            for (int i = 0; i < 20; ++i)
+            {
+                const std::string sNumber = std::to_string(i);
+                EXPECT_EQ(Open(("FILE" + sNumber).c_str(), "rb"), nullptr) << "half a listing is none";
+                EXPECT_NE(Open(("File" + sNumber).c_str(), "rb"), nullptr) << "the exact name needs no listing";
+            }
+        }
+        for (int i = 0; i < 20; ++i)
+            EXPECT_NE(Open(("FILE" + std::to_string(i)).c_str(), "rb"), nullptr) << nEntries;
+        oDirectory.Write("another" + std::to_string(nEntries), ""); // the listing that was read now holds no more
+        oDirectory.Remove("another" + std::to_string(nEntries));
+    }
 }
