@@ -38,6 +38,8 @@
 #include <Common/ProcessControl/VQPipe.h>
 #include <Common/ProcessControl/VQSemaphore.h>
 #include <Common/ProcessControl/VQThread.h>
+#include <Common/Profile/Timer.h>
+#include <Common/Profile/VQTimer.h>
 #include <Common/String/LexAnalyzer.h>
 #include <Common/String/StringTokenizer.h>
 #include <Common/String/VQClassType.h>
