@@ -634,6 +634,15 @@ TEST_F(FileIO, WritesFloatsWithFourDecimals)
     EXPECT_EQ(Written(), "1.5000; -0.0000; 0.0001; 16777216.0000; 340282346638528859811704183484516925440.0000; ");
 }
 
+TEST_F(FileIO, WritesWhatIsNoNumberAsItsName)
+{
+    CFileIO& oFile = Writer();
+    EXPECT_TRUE(oFile.WriteAscii(std::numeric_limits<float>::infinity()));
+    EXPECT_TRUE(oFile.WriteAscii(-std::numeric_limits<float>::infinity()));
+    EXPECT_TRUE(oFile.WriteAscii(std::numeric_limits<float>::quiet_NaN()));
+    EXPECT_EQ(Written(), "inf; -inf; nan; ");
+}
+
 TEST_F(FileIO, WritesStringsBetweenQuotesAsTheyAre)
 {
     CFileIO& oFile = Writer();

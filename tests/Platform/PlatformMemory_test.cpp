@@ -1,5 +1,7 @@
 #include <Common/Platform/PlatformMemory.h>
 
+#include <tests/support/MemoryLimit.h>
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -23,6 +25,23 @@ TEST(PlatformMemory, ReallocOfNullAllocates)
 {
     void* pBlock = MEM_Realloc(nullptr, 16);
     EXPECT_NE(pBlock, nullptr);
+    MEM_Free(pBlock);
+}
+
+TEST(IsolatedPlatformMemory, IsNullWhereThereIsNoMore)
+{
+    constexpr unsigned MOST = 0xC0000000U;
+    if (!CMemoryLimit::IsSupported() && sizeof(void*) > 4)
+        GTEST_SKIP() << "this target sets no limit to the memory of a test";
+
+    const CMemoryLimit oLimit(std::size_t{16} << 20);
+    EXPECT_EQ(MEM_Alloc(MOST), nullptr);
+
+    auto* const pBlock = static_cast<char*>(MEM_Alloc(4));
+    ASSERT_NE(pBlock, nullptr);
+    std::memcpy(pBlock, "abc", 4);
+    EXPECT_EQ(MEM_Realloc(pBlock, MOST), nullptr);
+    EXPECT_STREQ(pBlock, "abc") << "the old block stays";
     MEM_Free(pBlock);
 }
 

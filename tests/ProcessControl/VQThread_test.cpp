@@ -4,6 +4,7 @@
 #include <Common/ProcessControl/VQEvent.h>
 #include <Common/ProcessControl/VQMutex.h>
 
+#include <tests/support/MemoryLimit.h>
 #include <tests/support/RealPriority.h>
 #include <tests/support/VirtualSlot.h>
 
@@ -412,4 +413,21 @@ TEST(VQThread, AbandonsWhatItOwns)
     EXPECT_FALSE(oThread.m_oMutex.IsLocked());
     oThread.m_oMutex.Unlock();
     oThread.m_oMutex.Unlock();
+}
+
+TEST(IsolatedVQThread, DoesNotStartWithoutMemoryAndStartsLater)
+{
+    if (!CMemoryLimit::IsSupported())
+        GTEST_SKIP() << "this target sets no limit to the memory of a test";
+
+    CNotingThread oThread;
+    {
+        const CMemoryLimit oLimit(std::size_t{1} << 20); // less than the stack of a thread
+        EXPECT_FALSE(oThread.Start(0, eThreadPriorityNormal));
+        EXPECT_FALSE(oThread.IsRunning());
+        EXPECT_EQ(oThread.GetPriority(), -1);
+    }
+    EXPECT_TRUE(oThread.Start(0, eThreadPriorityNormal));
+    WaitForEnd(oThread);
+    EXPECT_NE(oThread.Notes().find("Run;"), std::string::npos);
 }

@@ -28,6 +28,8 @@ bool CStandardError::IsSupported()
 namespace
 {
 constexpr int PIPE_SIZE = 65536;
+constexpr auto NAME_FILE = "/proc/thread-self/comm";
+constexpr std::size_t NAME_SIZE = 16;
 } // namespace
 
 CStandardError::CStandardError(eKind nKind)
@@ -38,6 +40,21 @@ CStandardError::CStandardError(eKind nKind)
     if (nKind == eKind::Closed)
     {
         close(STDERR_FILENO);
+        return;
+    }
+
+    if (nKind == eKind::PlainOnly)
+    {
+        // The name of this thread, which is put back at the end.
+        m_nReader = open(NAME_FILE, O_RDONLY | O_CLOEXEC);
+        m_sName.resize(NAME_SIZE);
+        const ssize_t nRead = read(m_nReader, m_sName.data(), NAME_SIZE);
+        m_sName.resize(nRead > 0 ? static_cast<std::size_t>(nRead) - 1 : 0);
+        lseek(m_nReader, 0, SEEK_SET);
+
+        const int nFile = open(NAME_FILE, O_WRONLY | O_CLOEXEC);
+        dup2(nFile, STDERR_FILENO);
+        close(nFile);
         return;
     }
 
@@ -68,6 +85,8 @@ CStandardError::CStandardError(eKind nKind)
 
 CStandardError::~CStandardError()
 {
+    if (!m_sName.empty() && write(STDERR_FILENO, m_sName.data(), m_sName.size()) == -1)
+        std::perror("the name of the thread is lost");
     dup2(m_nPrevious, STDERR_FILENO);
     close(m_nPrevious);
     if (m_nReader != -1)

@@ -14,6 +14,7 @@ public:
         FullSoon,   ///< the same, with room for 65,536 bytes
         BrokenPipe, ///< a pipe that nobody reads
         BrokenLine, ///< the same, of a kind that the system treats otherwise
+        PlainOnly,  ///< a file of the kernel's that knows only the oldest way to write; it gives 15 bytes back
         Closed,     ///< nothing
     };
 
@@ -32,4 +33,5 @@ public:
 private:
     int m_nPrevious = -1;
     int m_nReader = -1;
+    std::string m_sName;
 };

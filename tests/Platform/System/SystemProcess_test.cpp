@@ -77,6 +77,20 @@ TEST(SystemProcess, TextsForTheDebuggerDoNoHarmWhereNobodyTakesThem)
     }
 }
 
+TEST(SystemProcess, TextsForTheDebuggerReachWhatKnowsOnlyPlainWrites)
+{
+    REQUIRE_STANDARD_ERROR();
+
+    CTexts oNames;
+    {
+        CStandardError oError(eKind::PlainOnly);
+        HOOK_WriteDebugger("first name");
+        System::WriteDebugger("next");
+        oNames = oError.Take();
+    }
+    EXPECT_EQ(oNames, CTexts{"next\n"});
+}
+
 TEST(SystemProcess, ATextForTheDebuggerIsCutWhereNoMoreIsTaken)
 {
     REQUIRE_STANDARD_ERROR();
