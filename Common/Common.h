@@ -21,6 +21,8 @@
 #include <Common/File/ExtendedFileSystem.h>
 #include <Common/File/FileIO.h>
 #include <Common/File/MemFileIO.h>
+#include <Common/File/VQBitArray.h>
+#include <Common/File/VQBitStream.h>
 #include <Common/File/VQCompressor.h>
 #include <Common/File/VQDataStream.h>
 #include <Common/File/VQLzrwCompressor.h>
