@@ -1,5 +1,7 @@
 #pragma once
 
+// What the command line programs share: their words to the user.
+
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -11,10 +13,10 @@ public:
     CFailure(std::string_view sWhat, std::string_view sWhy);
 };
 
-/// Writes "vqarc: WHAT: WHY" to standard error.
+/// Writes "TOOL: WHAT: WHY" to standard error.
 void PrintError(std::string_view sText);
 
-/// Writes "vqarc: warning: TEXT" to standard error.
+/// Writes "TOOL: warning: TEXT" to standard error.
 void PrintWarning(std::string_view sText);
 
 /// Whether standard error is a terminal, where somebody watches.

@@ -13,7 +13,7 @@ constexpr int DEFAULT_WIDTH = 80;
 
 void PrintLine(std::string_view sKind, std::string_view sText)
 {
-    const std::string sLine = "vqarc: " + std::string(sKind) + std::string(sText) + '\n';
+    const std::string sLine = COMMON_TOOL_NAME ": " + std::string(sKind) + std::string(sText) + '\n';
     std::fwrite(sLine.data(), 1, sLine.size(), stderr);
 }
 } // namespace
