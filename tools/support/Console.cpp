@@ -1,6 +1,7 @@
 #include "Console.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -10,17 +11,39 @@
 namespace
 {
 constexpr int DEFAULT_WIDTH = 80;
+constexpr const char* STANDARD_OUTPUT = "standard output";
 
 void PrintLine(std::string_view sKind, std::string_view sText)
 {
     const std::string sLine = COMMON_TOOL_NAME ": " + std::string(sKind) + std::string(sText) + '\n';
     std::fwrite(sLine.data(), 1, sLine.size(), stderr);
 }
+
+const char* GetVariable(const char* pName)
+{
+    const char* pValue = std::getenv(pName);
+    return pValue != nullptr ? pValue : "";
+}
+
+[[noreturn]] void FailToWrite()
+{
+    // A pipe without a reader is an invalid argument for some runtime libraries.
+    if (errno == EPIPE || errno == EINVAL)
+        throw COutputClosed();
+    throw CFailure(STANDARD_OUTPUT, "cannot be written");
+}
 } // namespace
 
 CFailure::CFailure(std::string_view sWhat, std::string_view sWhy)
     : std::runtime_error(MakePrintable(sWhat) + ": " + std::string(sWhy))
 {
+}
+
+COutputClosed::COutputClosed() : CFailure(STANDARD_OUTPUT, "is closed") {}
+
+void PrintNote(std::string_view sText)
+{
+    PrintLine("", sText);
 }
 
 void PrintError(std::string_view sText)
@@ -38,10 +61,16 @@ bool IsErrorTerminal()
     return isatty(fileno(stderr)) != 0;
 }
 
+bool IsOutputColourful()
+{
+    // Who sets TERM understands the sequences of colours.
+    const std::string_view sTerminal = GetVariable("TERM");
+    return isatty(fileno(stdout)) != 0 && !sTerminal.empty() && sTerminal != "dumb" && *GetVariable("NO_COLOR") == '\0';
+}
+
 int GetTerminalWidth()
 {
-    const char* pColumns = std::getenv("COLUMNS");
-    const int nColumns = pColumns != nullptr ? std::atoi(pColumns) : 0;
+    const int nColumns = std::atoi(GetVariable("COLUMNS"));
     return nColumns > 0 ? nColumns : DEFAULT_WIDTH;
 }
 
@@ -57,6 +86,14 @@ std::string MakePrintable(std::string_view sName)
     return sResult;
 }
 
+void RequireOutput()
+{
+    const int nCopy = dup(fileno(stdout));
+    if (nCopy == -1)
+        throw CFailure(STANDARD_OUTPUT, "cannot be written");
+    close(nCopy);
+}
+
 void MakeOutputBinary()
 {
 #ifdef O_BINARY
@@ -67,13 +104,13 @@ void MakeOutputBinary()
 void WriteOutput(std::string_view sBytes)
 {
     if (std::fwrite(sBytes.data(), 1, sBytes.size(), stdout) != sBytes.size())
-        throw CFailure("standard output", "cannot be written");
+        FailToWrite();
 }
 
 void FlushOutput()
 {
     if (std::fflush(stdout) != 0)
-        throw CFailure("standard output", "cannot be written");
+        FailToWrite();
 }
 
 std::string FormatBytes(double dBytes)
