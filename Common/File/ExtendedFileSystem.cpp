@@ -126,8 +126,10 @@ sFileInfo& sFileInfo::operator=(const sFileInfo& oOther)
 }
 
 CExtendedFileSystem::CExtendedFileSystem()
-    : m_oRootArchive{}, m_aArchives{}, m_bSetup(false), m_pBuffers(new CFileBuffer[MAX_FILES])
+    : m_oRootArchive{}, m_aArchives{}, m_bSetup(false), m_pBuffers(new CFileBuffer[MAX_FILES]),
+      m_pTables(new std::vector<std::shared_ptr<sArchiveEntry>>)
 {
+    m_pTables->reserve(MAX_ARCHIVES);
 }
 
 // The two locks are no part of what is copied: closing a copy's would close the original's.
@@ -164,9 +166,12 @@ CExtendedFileSystem::~CExtendedFileSystem()
             BufferOf(oInfo).Flush(FileOf(oInfo));
     }
 
-    // Threads that still run while the process ends may go on with their files.
+    // Threads that still run while the process ends may go on with their files and archives.
     if (this != &__m_oInstance)
+    {
         delete[] m_pBuffers;
+        delete m_pTables;
+    }
 }
 
 CExtendedFileSystem* CExtendedFileSystem::Instance()
@@ -682,6 +687,7 @@ void CExtendedFileSystem::ShareArchives(const CExtendedFileSystem& oOther)
 {
     m_oRootArchive = oOther.m_oRootArchive;
     m_aArchives = oOther.m_aArchives;
+    *m_pTables = *oOther.m_pTables;
 
     // The nodes lead to each other within the pool: here they shall lead to the nodes at the same places of this one.
     const auto* const pOldPool = reinterpret_cast<const char*>(oOther.m_aArchives.data());

