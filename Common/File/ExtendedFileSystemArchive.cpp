@@ -294,8 +294,7 @@ bool CExtendedFileSystem::OpenArchiveEntry(const char* pPath, sFileInfo& oInfo)
         return false;
 
     Require(CArchiveReader::CheckEntry(pArchive->m_oHeader, *pEntry), __LINE__);
-    std::int64_t nArchiveLength = 0;
-    const int nFile = System::OpenUnbuffered(pArchive->m_pPhysicalPath, "rb", nArchiveLength);
+    const int nFile = System::OpenShared(pArchive->m_pPhysicalPath);
     if (nFile == NO_FILE)
         Fail(ERROR_OPEN, __LINE__);
 

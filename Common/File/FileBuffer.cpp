@@ -115,7 +115,7 @@ bool CFileBuffer::MovePointer(int nFile, std::uint64_t nOffset) noexcept
 
 std::uint32_t CFileBuffer::ReadFile(int nFile, std::uint64_t nOffset, void* pTarget, std::uint32_t nCount) noexcept
 {
-    const std::uint32_t nRead = MovePointer(nFile, nOffset) ? FILE_Read(nFile, pTarget, 1, nCount) : 0;
+    const std::uint32_t nRead = System::ReadFile(nFile, nOffset, m_nPointer == nOffset, pTarget, nCount);
     m_nPointer = nRead == nCount && !m_bShared ? nOffset + nCount : UNKNOWN;
     return nRead;
 }

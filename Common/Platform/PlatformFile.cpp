@@ -25,8 +25,8 @@ constexpr int Answer(bool bSuccess)
     return bSuccess ? 1 : -1;
 }
 
-/// The streams behind the handles. A slot is free, or taken: by a stream, by an open or close that is under way, or for
-/// good by a stream that failed to close. Only a stream is seen from outside.
+/// The streams behind the handles. A slot is free, or taken: by a stream, by an open or close that is under way, by a
+/// shared file, or for good by a stream that failed to close. Only a stream is seen from outside.
 ///
 /// It is ready before any constructor runs and stays so after every destructor, so that static objects of all modules
 /// may use files. Streams that are open when the library goes are neither flushed nor closed by it.
@@ -79,41 +79,61 @@ public:
         Slot(nFile).store(reinterpret_cast<std::uintptr_t>(pStream), std::memory_order_release);
     }
 
+    /// Fills a slot that Reserve() took.
+    void Store(int nFile, System::CSharedFile* pFile) noexcept
+    {
+        Slot(nFile).store(reinterpret_cast<std::uintptr_t>(pFile) | SHARED, std::memory_order_release);
+    }
+
     /// Frees a slot that Reserve() or Detach() holds.
     void Release(int nFile) noexcept { Slot(nFile).store(FREE, std::memory_order_release); }
 
     /// The stream of a slot, or null.
-    std::FILE* Find(int nFile) const noexcept
-    {
-        if (static_cast<std::size_t>(nFile) >= m_aSlots.size())
-            return nullptr;
-        return StreamOf(m_aSlots[static_cast<std::size_t>(nFile)].load(std::memory_order_acquire));
-    }
+    std::FILE* Find(int nFile) const noexcept { return StreamOf(ContentOf(nFile)); }
 
-    /// Takes the stream out of its slot, which stays taken; null when there is none. Of two threads one gets it.
-    std::FILE* Detach(int nFile) noexcept
-    {
-        if (Find(nFile) == nullptr)
-            return nullptr;
+    /// The shared file of a slot, or null.
+    System::CSharedFile* FindShared(int nFile) const noexcept { return SharedOf(ContentOf(nFile)); }
 
-        std::uintptr_t nContent = Slot(nFile).load(std::memory_order_acquire);
-        while (StreamOf(nContent) != nullptr)
+    /// What Detach() takes out of a slot: one of the two, or neither.
+    struct sOpen
+    {
+        std::FILE* m_pStream = nullptr;
+        System::CSharedFile* m_pShared = nullptr;
+    };
+
+    /// Takes out what is open in a slot, which stays taken. Of two threads one gets it.
+    sOpen Detach(int nFile) noexcept
+    {
+        std::uintptr_t nContent = ContentOf(nFile);
+        while (nContent > TAKEN)
         {
             if (Slot(nFile).compare_exchange_weak(nContent, TAKEN, std::memory_order_acq_rel))
-                return StreamOf(nContent);
+                return {StreamOf(nContent), SharedOf(nContent)};
         }
-        return nullptr;
+        return {};
     }
 
 private:
     static constexpr std::size_t SLOT_COUNT = 1024;
     static constexpr std::size_t BUFFER_SIZE = 4096;
     static constexpr std::uintptr_t FREE = 0;
-    static constexpr std::uintptr_t TAKEN = 1; // no address of a stream
+    static constexpr std::uintptr_t TAKEN = 1;  // no address of a stream
+    static constexpr std::uintptr_t SHARED = 1; // in an address: that of a shared file
+
+    std::uintptr_t ContentOf(int nFile) const noexcept
+    {
+        const auto nSlot = static_cast<std::size_t>(nFile);
+        return nSlot < m_aSlots.size() ? m_aSlots[nSlot].load(std::memory_order_acquire) : FREE;
+    }
 
     static std::FILE* StreamOf(std::uintptr_t nContent) noexcept
     {
-        return nContent > TAKEN ? reinterpret_cast<std::FILE*>(nContent) : nullptr;
+        return (nContent & SHARED) == 0 ? reinterpret_cast<std::FILE*>(nContent) : nullptr;
+    }
+
+    static System::CSharedFile* SharedOf(std::uintptr_t nContent) noexcept
+    {
+        return (nContent & SHARED) != 0 ? reinterpret_cast<System::CSharedFile*>(nContent - SHARED) : nullptr;
     }
 
     bool Take(std::size_t nSlot) noexcept
@@ -165,13 +185,15 @@ int FILE_Open(const char* pPath, const char* pMode)
 
 int FILE_Close(int nFile)
 {
-    std::FILE* const pStream = s_oTable.Detach(nFile);
-    if (pStream == nullptr)
+    const auto [pStream, pShared] = s_oTable.Detach(nFile);
+    if (pStream == nullptr && pShared == nullptr)
         return -1;
 
     // A stream that failed to close is gone all the same: its slot stays taken, and nobody reaches the stream again.
-    if (std::fclose(pStream) != 0)
+    if (pStream != nullptr && std::fclose(pStream) != 0)
         return -1;
+    if (pShared != nullptr)
+        System::ReleaseShared(pShared);
 
     s_oTable.Release(nFile);
     return 1;
@@ -225,7 +247,7 @@ int FILE_Seek(int nFile, long nOffset, int nOrigin)
 int FILE_Flush(int nFile)
 {
     std::FILE* const pStream = s_oTable.Find(nFile);
-    return Answer(pStream != nullptr && std::fflush(pStream) == 0);
+    return Answer(pStream != nullptr ? std::fflush(pStream) == 0 : s_oTable.FindShared(nFile) != nullptr);
 }
 
 int FILE_Printf(int nFile, const char* pFormat, ...)
@@ -303,6 +325,34 @@ int System::OpenUnbuffered(const char* pPath, const char* pMode, std::int64_t& n
     std::setvbuf(pStream, nullptr, _IONBF, 0);
     s_oTable.Store(nFile, pStream);
     return nFile;
+}
+
+int System::OpenShared(const char* pPath) noexcept
+{
+    const int nFile = s_oTable.Reserve();
+    if (nFile == NO_FILE)
+        return NO_FILE;
+
+    CSharedFile* const pFile = AcquireShared(pPath);
+    if (pFile == nullptr)
+    {
+        s_oTable.Release(nFile);
+        return NO_FILE;
+    }
+
+    s_oTable.Store(nFile, pFile);
+    return nFile;
+}
+
+std::uint32_t System::ReadFile(int nFile, std::uint64_t nOffset, bool bThere, void* pTarget,
+                               std::uint32_t nCount) noexcept
+{
+    if (CSharedFile* const pShared = s_oTable.FindShared(nFile))
+        return static_cast<std::uint32_t>(ReadShared(pShared, nOffset, pTarget, nCount));
+
+    if (!bThere && !SeekFile(nFile, static_cast<std::int64_t>(nOffset), SEEK_SET))
+        return 0;
+    return FILE_Read(nFile, pTarget, 1, nCount);
 }
 
 int System::AdoptStream(std::FILE* pStream) noexcept

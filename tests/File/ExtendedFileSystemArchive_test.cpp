@@ -7,6 +7,8 @@
 #include <tests/support/ArchiveBytes.h>
 #include <tests/support/DirectoryFault.h>
 #include <tests/support/FileSizeLimit.h>
+#include <tests/support/Fork.h>
+#include <tests/support/SparseFile.h>
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestFile.h>
 #include <tests/support/TestPaths.h>
@@ -14,13 +16,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
+#include <random>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 // Registered archives are never forgotten: each test runs in a process of its own.
@@ -587,6 +594,348 @@ TEST(IsolatedArchive, ServesManyHandlesAtATime)
         Files().CloseFile(aHandles[i]);
     }
     EXPECT_EQ(LowestFreeHandle(), 0);
+}
+
+TEST(IsolatedArchive, ReachesEntriesBeyondTwoGibibytes)
+{
+    constexpr std::uint64_t SHIFT = 0x9000'0000;
+
+    // The bytes of all items and the table, moved far behind the header.
+    const CTestDirectory oDirectory;
+    std::string sNode = MakeArchiveNode({{"far", "far away"}, {"sub", MakeArchiveNode({{"deep", "deeper"}}), true}});
+    for (const std::size_t nField : {NODE_SIZE_FIELD, GetEntryPosition(sNode, 0) + ENTRY_OFFSET_FIELD,
+                                     GetEntryPosition(sNode, 1) + ENTRY_OFFSET_FIELD, TABLE_OFFSET_FIELD})
+        SetNumber(sNode, nField, static_cast<std::uint32_t>(GetNumber(sNode, nField) + SHIFT));
+    const std::string sHeader = sNode.substr(0, 32);
+    const std::string sRest = sNode.substr(32);
+    MakeSparseFile("p.arc", 32 + SHIFT + sRest.size(), sRest);
+    std::fstream("p.arc", std::ios::in | std::ios::out | std::ios::binary) << sHeader;
+
+    EXPECT_EQ(ReadThroughFiles("p/far"), "far away");
+    EXPECT_EQ(ReadThroughFiles("p/sub/deep"), "deeper");
+
+    const unsigned long nHandle = Files().OpenFile("P\\SUB\\DEEP");
+    char aBytes[8] = {};
+    Files().SeekEnd(nHandle, 2);
+    EXPECT_EQ(Files().ReadFile(nHandle, aBytes, sizeof aBytes), 2u);
+    EXPECT_STREQ(aBytes, "er");
+    Files().Rewind(nHandle);
+    EXPECT_EQ(Files().ReadFile(nHandle, aBytes, 4), 4u);
+    EXPECT_STREQ(aBytes, "deep");
+    Files().CloseFile(nHandle);
+
+    oDirectory.MakeDirectory("out");
+    EXPECT_TRUE(Files().ExtractArchive("p", "out"));
+    EXPECT_EQ(oDirectory.Read("out/p/far"), "far away");
+    EXPECT_EQ(oDirectory.Read("out/p/sub/deep"), "deeper");
+}
+
+TEST(IsolatedArchive, ReadsAnEntryAcrossTwoGibibytes)
+{
+    constexpr std::uint64_t MIDDLE = 0x8000'0000;
+
+    // One file from the header to the table; a few of its bytes stand around the middle.
+    const CTestDirectory oDirectory;
+    std::string sNode = MakeArchiveNode({{"large", ""}});
+    const std::uint64_t nSize = MIDDLE + 1000;
+    SetNumber(sNode, NODE_SIZE_FIELD, static_cast<std::uint32_t>(sNode.size() + nSize));
+    SetNumber(sNode, GetEntryPosition(sNode, 0) + ENTRY_SIZE_FIELD, static_cast<std::uint32_t>(nSize));
+    SetNumber(sNode, TABLE_OFFSET_FIELD, static_cast<std::uint32_t>(32 + nSize));
+    MakeSparseFile("p.arc", sNode.size() + nSize, sNode.substr(32));
+    {
+        std::fstream oFile("p.arc", std::ios::in | std::ios::out | std::ios::binary);
+        oFile << sNode.substr(0, 32);
+        oFile.seekp(static_cast<std::streamoff>(MIDDLE - 5));
+        oFile << "left|right";
+    }
+
+    const unsigned long nHandle = Files().OpenFile("p/large");
+    EXPECT_EQ(Files().GetFileSize(nHandle), nSize);
+    char aBytes[16] = {};
+    for (const int nBack : {5, 4, 0})
+    {
+        Files().Seek(nHandle, static_cast<unsigned long>(MIDDLE - 32 - static_cast<unsigned>(nBack)));
+        EXPECT_EQ(Files().ReadFile(nHandle, aBytes, 10), 10u);
+        EXPECT_EQ(std::string(aBytes, 10),
+                  (std::string("left|right") + std::string(10, '\0')).substr(static_cast<std::size_t>(5 - nBack), 10));
+    }
+    Files().CloseFile(nHandle);
+}
+
+TEST(IsolatedArchive, ServesThreadsThatOpenAndReadAtRandom)
+{
+    constexpr int THREADS = 4;
+    constexpr int MAX_ROUNDS = 20000;
+    constexpr int ENTRIES = 50;
+    constexpr std::chrono::milliseconds TIME{1500};
+
+    // Every entry is longer than what is read ahead, and its bytes tell which one it is.
+    const CTestDirectory oDirectory;
+    const auto BytesOf = [](int nArchive, int nEntry)
+    {
+        std::string sBytes;
+        while (sBytes.size() < 9000)
+            sBytes +=
+                std::to_string(nArchive) + "." + std::to_string(nEntry) + "@" + std::to_string(sBytes.size()) + " ";
+        return sBytes;
+    };
+    const auto NameOf = [](int nEntry) { return "entry" + std::to_string(nEntry); };
+    for (int nArchive = 0; nArchive < 3; ++nArchive)
+    {
+        std::vector<ArchiveItem> aItems;
+        for (int nEntry = 0; nEntry < ENTRIES; ++nEntry)
+            aItems.push_back({NameOf(nEntry), BytesOf(nArchive, nEntry)});
+        oDirectory.Write("a" + std::to_string(nArchive) + ".arc",
+                         MakeArchiveNode({{"sub", MakeArchiveNode(aItems), true}}));
+    }
+
+    std::atomic<int> nWrong = 0;
+    std::atomic<int> nDone = 0;
+    const auto oEnd = std::chrono::steady_clock::now() + TIME;
+    const auto Work = [&](int nThread)
+    {
+        struct sOpen
+        {
+            unsigned long nHandle;
+            std::string sBytes;
+        };
+
+        std::mt19937 oRandom(static_cast<unsigned>(nThread));
+        const auto Draw = [&](std::size_t nEnd) { return static_cast<int>(oRandom() % nEnd); };
+        const auto Check = [&](bool bRight) { nWrong += bRight ? 0 : 1; };
+        std::vector<sOpen> aOpen;
+        for (int i = 0; i < MAX_ROUNDS && std::chrono::steady_clock::now() < oEnd; ++i)
+        {
+            if (aOpen.size() < 20 && Draw(3) == 0)
+            {
+                const int nArchive = Draw(3);
+                const int nEntry = Draw(ENTRIES);
+                const std::string sName = "a" + std::to_string(nArchive) + "/sub/" + NameOf(nEntry);
+                aOpen.push_back({Files().OpenFile(sName.c_str()), BytesOf(nArchive, nEntry)});
+                Check(Files().GetFileSize(aOpen.back().nHandle) == aOpen.back().sBytes.size());
+            }
+            else if (Draw(20) == 0)
+            {
+                const std::string sArchive = "a" + std::to_string(Draw(3));
+                Check(Files().FileExists((sArchive + "/SUB/Entry7").c_str()));
+                Check(!Files().FileExists((sArchive + "/sub/none").c_str()));
+            }
+            else if (!aOpen.empty())
+            {
+                const auto itOpen = aOpen.begin() + Draw(aOpen.size());
+                const auto nPlace = static_cast<unsigned>(Draw(itOpen->sBytes.size()));
+                std::string sRead(static_cast<std::size_t>(1 + Draw(6000)), '?');
+                Check(Files().Seek(itOpen->nHandle, nPlace));
+                sRead.resize(Files().ReadFile(itOpen->nHandle, sRead.data(), static_cast<unsigned long>(sRead.size())));
+                Check(!sRead.empty() && sRead == itOpen->sBytes.substr(nPlace, sRead.size()));
+                if (Draw(4) == 0)
+                {
+                    Check(Files().CloseFile(itOpen->nHandle));
+                    aOpen.erase(itOpen);
+                }
+            }
+            ++nDone;
+        }
+        for (const sOpen& oOpen : aOpen)
+            Check(Files().CloseFile(oOpen.nHandle));
+    };
+
+    std::vector<std::thread> aThreads;
+    for (int i = 0; i < THREADS; ++i)
+        aThreads.emplace_back(Work, i);
+    for (std::thread& oThread : aThreads)
+        oThread.join();
+    EXPECT_EQ(nWrong, 0);
+    EXPECT_GT(nDone, 100);
+    EXPECT_EQ(LowestFreeHandle(), 0);
+}
+
+// ---------------------------------------------------------------- archives that change
+
+namespace
+{
+/// Reads a file again and again until the system's clocks have moved on: what may be remembered of it is then.
+void ReadForAWhile(const std::string& sName, const std::string& sBytes)
+{
+    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+    while (std::chrono::steady_clock::now() < oEnd)
+        ASSERT_EQ(ReadThroughFiles(sName), sBytes);
+}
+} // namespace
+
+TEST(IsolatedArchiveChange, IsSeenAtOnce)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", "old"}}));
+    ReadForAWhile("p/a", "old");
+
+    // Written over, and again so fast that the clock may not have moved on.
+    for (const char* pBytes : {"new", "No3", "No4", "No5"})
+    {
+        oDirectory.Write("p.arc", MakeArchiveNode({{"a", pBytes}}));
+        EXPECT_EQ(ReadThroughFiles("p/a"), pBytes);
+    }
+    ReadForAWhile("p/a", "No5");
+
+    // Another file of the same name.
+    oDirectory.Write("q", MakeArchiveNode({{"a", "2nd"}}));
+    fs::rename("q", "p.arc");
+    EXPECT_EQ(ReadThroughFiles("p/a"), "2nd");
+    ReadForAWhile("p/a", "2nd");
+
+    // Moved away and brought back.
+    fs::rename("p.arc", "q");
+    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
+    oDirectory.MakeDirectory("p.arc");
+    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
+    oDirectory.Remove("p.arc");
+    fs::rename("q", "p.arc");
+    ReadForAWhile("p/a", "2nd");
+
+    // Deleted, and made anew with fewer bytes.
+    oDirectory.Remove("p.arc");
+    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
+    oDirectory.Write("p.arc", "short");
+    EXPECT_EQ(OpenError("p/a"), "");
+    EXPECT_EQ(Thrown([] { ReadThroughFiles("p/a"); }), NOT_READ);
+}
+
+TEST(IsolatedArchiveChange, IsSeenThroughLinks)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("1", MakeArchiveNode({{"a", "one"}}));
+    oDirectory.Write("2", MakeArchiveNode({{"a", "two"}}));
+    if (!MakeLink("1", "p.arc"))
+        GTEST_SKIP() << "no links can be made here";
+
+    ReadForAWhile("p/a", "one");
+    oDirectory.Remove("p.arc");
+    ASSERT_TRUE(MakeLink("2", "p.arc"));
+    EXPECT_EQ(ReadThroughFiles("p/a"), "two");
+    oDirectory.Remove("2");
+    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
+}
+
+TEST(IsolatedArchiveChange, IsSeenInPermissions)
+{
+    if (IsSuperuser() || !HasSpecialFiles())
+        GTEST_SKIP() << "permissions do not bind this user";
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", "old"}}));
+    ReadForAWhile("p/a", "old");
+    fs::permissions("p.arc", fs::perms::none);
+    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
+    fs::permissions("p.arc", fs::perms::owner_all);
+    EXPECT_EQ(ReadThroughFiles("p/a"), "old");
+}
+
+TEST(IsolatedArchiveChange, IsNotSeenByAHandle)
+{
+    if (!HasSpecialFiles())
+        GTEST_SKIP() << "this system lets nobody replace a file that is open";
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", "old"}}));
+    ReadForAWhile("p/a", "old");
+    const unsigned long nOld = Files().OpenFile("p/a");
+    oDirectory.Write("q", MakeArchiveNode({{"a", "new"}}));
+    fs::rename("q", "p.arc");
+    const unsigned long nNew = Files().OpenFile("p/a");
+
+    char aBytes[4] = {};
+    EXPECT_EQ(Files().ReadFile(nOld, aBytes, 3), 3u);
+    EXPECT_STREQ(aBytes, "old");
+    EXPECT_EQ(Files().ReadFile(nNew, aBytes, 3), 3u);
+    EXPECT_STREQ(aBytes, "new");
+    Files().CloseFile(nOld);
+    Files().CloseFile(nNew);
+}
+
+TEST(IsolatedArchiveChange, IsFollowedByEachCopyOfTheProcess)
+{
+    if (!HasFork())
+        GTEST_SKIP() << "this system makes no copies of a process";
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("p.arc", MakeArchiveNode({{"a", std::string(20000, 'a') + "end"}}));
+    ReadForAWhile("p/a", std::string(20000, 'a') + "end");
+
+    // The copy reads through the handle that it inherited; the place where this process reads is another.
+    const unsigned long nHandle = Files().OpenFile("p/a");
+    Files().Seek(nHandle, 10000);
+    char aBytes[4] = {};
+    EXPECT_EQ(RunInFork(
+                  [&]
+                  {
+                      Files().Seek(nHandle, 20000);
+                      const bool bRight = Files().ReadFile(nHandle, aBytes, 3) == 3 && std::string(aBytes) == "end" &&
+                                          ReadThroughFiles("p/a").size() == 20003 && Files().CloseFile(nHandle);
+                      return bRight ? 0 : 1;
+                  }),
+              0);
+    EXPECT_EQ(Files().ReadFile(nHandle, aBytes, 3), 3u);
+    EXPECT_STREQ(aBytes, "aaa");
+    Files().CloseFile(nHandle);
+}
+
+TEST(IsolatedArchiveChange, IsTheEndOfWhatIsGone)
+{
+    constexpr int ARCHIVES = 40;
+    constexpr int MOST_KEPT = 32;
+
+    if (CountOpenFiles() < 0)
+        GTEST_SKIP() << "this system does not tell how many files a process has open";
+
+    const CTestDirectory oDirectory;
+    for (int i = 0; i <= ARCHIVES; ++i)
+        oDirectory.Write("p" + std::to_string(i) + ".arc", MakeArchiveNode({{"a", std::to_string(i)}}));
+    const auto ReadAll = [](int nCount)
+    {
+        for (int i = 0; i < nCount; ++i)
+            EXPECT_EQ(ReadThroughFiles("p" + std::to_string(i) + "/a"), std::to_string(i));
+    };
+
+    const int nBefore = CountOpenFiles();
+    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+    do
+        ReadAll(ARCHIVES);
+    while (std::chrono::steady_clock::now() < oEnd);
+    EXPECT_LE(CountOpenFiles(), nBefore + MOST_KEPT);
+
+    for (int i = 0; i < ARCHIVES; ++i)
+        oDirectory.Remove("p" + std::to_string(i) + ".arc");
+    EXPECT_EQ(ReadThroughFiles("p" + std::to_string(ARCHIVES) + "/a"), std::to_string(ARCHIVES));
+    EXPECT_LE(CountOpenFiles(), nBefore + 1);
+}
+
+TEST(IsolatedArchiveChange, LeavesDescriptorsToWhoNeedsThem)
+{
+    constexpr int ARCHIVES = 10;
+    constexpr int MORE = 8;
+
+    const CTestDirectory oDirectory;
+    const int nBefore = CountOpenFiles();
+    for (int i = 0; i < ARCHIVES; ++i)
+    {
+        const std::string sName = "p" + std::to_string(i);
+        oDirectory.Write(sName + ".arc", MakeArchiveNode({{"a", sName}}));
+        ReadForAWhile(sName + "/a", sName);
+    }
+    const int nKept = CountOpenFiles() - nBefore;
+    if (!LimitOpenFiles(MORE))
+        GTEST_SKIP() << "this system sets no limit to open files";
+
+    // All that are kept are to be had for other files, and the archives open again afterwards.
+    std::vector<int> aFiles;
+    int nFile = FILE_Open("p0.arc", "rb");
+    for (; nFile != -1 && aFiles.size() < 100; nFile = FILE_Open("p0.arc", "rb"))
+        aFiles.push_back(nFile);
+    EXPECT_EQ(aFiles.size(), static_cast<std::size_t>(MORE + nKept));
+    EXPECT_EQ(OpenError("p1/a"), NOT_OPENED);
+    for (const int nEach : aFiles)
+        FILE_Close(nEach);
+    EXPECT_EQ(ReadThroughFiles("p1/a"), "p1");
 }
 
 // ---------------------------------------------------------------- registering

@@ -3,6 +3,7 @@
 #include <Common/Platform/PlatformDirectory.h>
 
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Fork.h>
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestEnvironment.h>
 #include <tests/support/TestFile.h>
@@ -606,6 +607,31 @@ TEST(PlatformFile, SeesChangesAfterEveryPause)
         ASSERT_NE(FILE_GetFileAttributes("d/NAME"), FILE_ATTR_MISSING) << i;
         oDirectory.Remove(sName);
     }
+}
+
+TEST(IsolatedPlatformFile, AnswersInACopyThatWasMadeWhileAThreadLooked)
+{
+    constexpr int COPIES = 200;
+    if (!HasFork())
+        GTEST_SKIP() << "this system makes no copies of a process";
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/file", "x");
+    std::atomic<bool> bStop = false;
+    std::thread oLooker(
+        [&]
+        {
+            while (!bStop)
+                EXPECT_EQ(FirstBytes("d/missing"), "(closed)");
+        });
+
+    int nRight = 0;
+    while (nRight < COPIES &&
+           RunInFork([] { return FirstBytes("d/missing") == "(closed)" && FirstBytes("d/FILE") == "x" ? 0 : 1; }) == 0)
+        ++nRight;
+    bStop = true;
+    oLooker.join();
+    EXPECT_EQ(nRight, COPIES);
 }
 
 TEST(PlatformFile, LooksThroughManyDirectories)

@@ -19,6 +19,9 @@ bool IsSuperuser();
 /// Lets this process have so many files open at least; false when the system does not allow it.
 bool AllowOpenFiles(unsigned nCount);
 
+/// Lets this process open no more than so many files beyond those that it has open; false where that cannot be.
+bool LimitOpenFiles(unsigned nMore);
+
 /// Makes a named pipe; false when it cannot be.
 bool MakePipe(const std::string& sPath);
 

@@ -46,6 +46,17 @@ bool AllowOpenFiles(unsigned nCount)
     return setrlimit(RLIMIT_NOFILE, &oLimit) == 0;
 }
 
+bool LimitOpenFiles(unsigned nMore)
+{
+    const int nFirstFree = dup(STDERR_FILENO);
+    close(nFirstFree);
+    rlimit oLimit{};
+    if (nFirstFree < 0 || getrlimit(RLIMIT_NOFILE, &oLimit) != 0)
+        return false;
+    oLimit.rlim_cur = static_cast<rlim_t>(nFirstFree) + nMore;
+    return oLimit.rlim_cur <= oLimit.rlim_max && setrlimit(RLIMIT_NOFILE, &oLimit) == 0;
+}
+
 bool MakePipe(const std::string& sPath)
 {
     return mkfifo(sPath.c_str(), 0600) == 0;

@@ -30,6 +30,11 @@ bool AllowOpenFiles(unsigned)
     return true;
 }
 
+bool LimitOpenFiles(unsigned)
+{
+    return false;
+}
+
 bool MakePipe(const std::string&)
 {
     return false;

@@ -17,6 +17,21 @@ namespace System
 /// @return         the handle; -1 when the file does not open or the table is full
 int OpenUnbuffered(const char* pPath, const char* pMode, std::int64_t& nLength) noexcept;
 
+/// A handle for a file of which only parts are read, with ReadFile(): the cheap way for a file that is opened again and
+/// again. What is open already may be used once more, when it is what the path leads to at this moment.
+///
+/// The FILE_ functions close and flush it; for all else the handle counts as not open.
+///
+/// @return the handle; -1 when the file does not open or the table is full
+int OpenShared(const char* pPath) noexcept;
+
+/// Reads bytes of a file from a place on.
+///
+/// @param bThere  whether the handle's position is known to be there already; it stands behind the bytes afterwards.
+///                A shared file has no position
+/// @return        how many bytes came
+std::uint32_t ReadFile(int nFile, std::uint64_t nOffset, bool bThere, void* pTarget, std::uint32_t nCount) noexcept;
+
 /// Gives a stream a handle, the lowest free one. The handle owns the stream from then on.
 ///
 /// @return the handle; -1 when the stream is null or the table full, and then the stream is closed

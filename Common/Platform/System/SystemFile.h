@@ -65,6 +65,29 @@ bool TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept;
 /// @return the number of bytes; negative on failure
 int PrintToStream(std::FILE* pStream, const char* pFormat, va_list pArguments) noexcept COMMON_PRINTF_FORMAT(2, 0);
 
+// ---------------------------------------------------------------- shared files
+
+/// A file that is open for reading at places, by any number of threads at a time; each names the place with each read.
+class CSharedFile;
+
+/// Opens a file for reading, with the rules of OpenStream(), or hands out once more what is open already: when the path
+/// leads to that very file and its time stamps tell that nothing, permissions included, has changed since.
+///
+/// On POSIX a file on a disk of this machine stays open after its last user for the next one, at most 32 of them. They
+/// are let go when they are gone from the disk and another file is opened, and when descriptors run out. Windows keeps
+/// none: an open file could not be deleted there.
+///
+/// @return the file, to be given back with ReleaseShared(); null on failure
+CSharedFile* AcquireShared(const char* pPath) noexcept;
+
+/// Gives a file back.
+void ReleaseShared(CSharedFile* pFile) noexcept;
+
+/// Reads bytes from a place on.
+///
+/// @return how many came: fewer at the end of the file and on failure
+std::size_t ReadShared(CSharedFile* pFile, std::uint64_t nOffset, void* pTarget, std::size_t nCount) noexcept;
+
 // ---------------------------------------------------------------- names
 
 /// Deletes a file, or a link itself; a directory and a read-only file are refused.

@@ -11,11 +11,14 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -182,6 +185,96 @@ TEST(SystemFile, TruncatesWhatWasWritten)
         EXPECT_EQ(System::GetStreamLength(pStream.get()), 4);
     }
     EXPECT_EQ(oDirectory.Read("f"), "0123");
+}
+
+TEST(SystemFile, SharesFilesThatAreReadAtPlaces)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/File", "0123456789");
+    const auto Read = [](System::CSharedFile* pFile, std::uint64_t nPlace, std::size_t nCount)
+    {
+        std::string sBytes(nCount, '?');
+        sBytes.resize(System::ReadShared(pFile, nPlace, sBytes.data(), nCount));
+        return sBytes;
+    };
+
+    // Again and again, so that what is kept is met as well.
+    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(50);
+    do
+    {
+        System::CSharedFile* const pFirst = System::AcquireShared("d/File");
+        System::CSharedFile* const pSecond = System::AcquireShared("D\\fILE");
+        ASSERT_NE(pFirst, nullptr);
+        ASSERT_NE(pSecond, nullptr);
+        EXPECT_EQ(Read(pFirst, 3, 4), "3456");
+        EXPECT_EQ(Read(pSecond, 0, 2), "01");
+        EXPECT_EQ(Read(pFirst, 7, 100), "789");
+        System::ReleaseShared(pFirst);
+        EXPECT_EQ(Read(pSecond, 10, 1), "");
+        EXPECT_EQ(Read(pSecond, std::uint64_t{5} << 30, 1), "");
+        EXPECT_EQ(Read(pSecond, 9, 1), "9");
+        EXPECT_EQ(Read(pSecond, 0, 0), "");
+        System::ReleaseShared(pSecond);
+    } while (std::chrono::steady_clock::now() < oEnd);
+
+    for (const char* pPath : {"", "missing", "d", "d/", "d/File/x", "nowhere/File"})
+        EXPECT_EQ(System::AcquireShared(pPath), nullptr) << pPath;
+    EXPECT_EQ(System::AcquireShared(nullptr), nullptr);
+}
+
+TEST(SystemFile, SharesNothingButFilesAndDevices)
+{
+    REQUIRE_SPECIAL_FILES();
+
+    const CTestDirectory oDirectory;
+    ASSERT_TRUE(MakePipe("pipe"));
+    ASSERT_TRUE(MakeSocket("socket"));
+    const int nBefore = CountOpenFiles();
+    EXPECT_EQ(System::AcquireShared("pipe"), nullptr);
+    EXPECT_EQ(System::AcquireShared("socket"), nullptr);
+    EXPECT_EQ(CountOpenFiles(), nBefore);
+
+    System::CSharedFile* const pZero = System::AcquireShared("/dev/zero");
+    ASSERT_NE(pZero, nullptr);
+    char cByte = 'x';
+    EXPECT_EQ(System::ReadShared(pZero, 0, &cByte, 1), 1u);
+    EXPECT_EQ(cByte, '\0');
+    System::ReleaseShared(pZero);
+    EXPECT_EQ(CountOpenFiles(), nBefore);
+}
+
+TEST(SystemFile, LetsThreadsReadOneSharedFile)
+{
+    constexpr std::size_t SIZE = 1 << 16;
+    const CTestDirectory oDirectory;
+    std::string sBytes;
+    for (std::size_t i = 0; i < SIZE; ++i)
+        sBytes.push_back(static_cast<char>(i * 7 + i / 256));
+    oDirectory.Write("f", sBytes);
+
+    System::CSharedFile* const pFile = System::AcquireShared("f");
+    ASSERT_NE(pFile, nullptr);
+    std::atomic<int> nWrong = 0;
+    std::vector<std::thread> aThreads;
+    for (unsigned nThread = 0; nThread < 4; ++nThread)
+    {
+        aThreads.emplace_back(
+            [&, nThread]
+            {
+                for (std::size_t i = 0; i < 2000; ++i)
+                {
+                    const std::size_t nPlace = (i * 7919 + nThread * 104729) % (SIZE - 100);
+                    char aRead[100];
+                    if (System::ReadShared(pFile, nPlace, aRead, sizeof aRead) != sizeof aRead ||
+                        sBytes.compare(nPlace, sizeof aRead, aRead, sizeof aRead) != 0)
+                        ++nWrong;
+                }
+            });
+    }
+    for (std::thread& oThread : aThreads)
+        oThread.join();
+    System::ReleaseShared(pFile);
+    EXPECT_EQ(nWrong, 0);
 }
 
 TEST(SystemFile, MakesAFileThatNoLinkLeadsAway)

@@ -1,6 +1,8 @@
 #include <Common/Platform/System/SystemFile.h>
 
 #include <Common/Platform/System/NameOrder.h>
+#include <Common/Platform/System/Posix/DirectoryListing.h>
+#include <Common/Platform/System/Posix/FileCacheGuard.h>
 
 #include <algorithm>
 #include <array>
@@ -11,34 +13,38 @@
 #include <cstring>
 #include <functional>
 #include <limits>
-#include <mutex>
 #include <new>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
-#include <dirent.h>
 #include <fcntl.h>
-#include <linux/fs.h>
-#include <linux/magic.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
-#include <time.h>
 #include <unistd.h>
 
 static_assert(sizeof(off_t) == sizeof(std::int64_t));
 
 namespace
 {
-using System::FoldByte;
+using System::CDirectoryStream;
+using System::CFileCacheGuard;
+using System::CListingPtr;
+using System::CSharedFile;
+using System::eListingTrust;
+using System::FindListing;
+using System::GetListing;
+using System::IsDotOrDotDot;
+using System::ReadEntry;
+using System::sFileStamps;
 
 constexpr mode_t ANY_WRITE = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr mode_t NEW_FILE_MODE = S_IRUSR | S_IRGRP | S_IROTH | ANY_WRITE;
 constexpr mode_t NEW_DIRECTORY_MODE = S_IRWXU | S_IRWXG | S_IRWXO;
 
-/// A descriptor that closes itself; -1 is none.
+// Neither a descriptor nor a failure of a call.
+constexpr int NO_DESCRIPTOR = -2;
+
+/// A descriptor that closes itself; a negative number is none.
 class CDescriptor
 {
 public:
@@ -46,7 +52,7 @@ public:
 
     ~CDescriptor()
     {
-        if (m_nDescriptor != -1)
+        if (m_nDescriptor >= 0)
             ::close(m_nDescriptor);
     }
 
@@ -61,18 +67,6 @@ private:
     int m_nDescriptor;
 };
 
-struct sCloseDirectory
-{
-    void operator()(DIR* pDirectory) const noexcept { ::closedir(pDirectory); }
-};
-
-using CDirectoryStream = std::unique_ptr<DIR, sCloseDirectory>;
-
-bool IsDotOrDotDot(std::string_view sName) noexcept
-{
-    return sName == "." || sName == "..";
-}
-
 // Calls again when a signal came in between.
 template <typename TCall>
 auto Retry(TCall fnCall) noexcept
@@ -81,304 +75,6 @@ auto Retry(TCall fnCall) noexcept
     while (nResult == -1 && errno == EINTR)
         nResult = fnCall();
     return nResult;
-}
-
-// ---------------------------------------------------------------- listings of directories
-
-/// What the kind of a file system tells about the listings of its directories.
-enum class eListingTrust
-{
-    None,    // files come and go without a change of time stamps, or are there without being listed
-    Stamps,  // the listing holds as long as the time stamps
-    Complete // the same, and what is not listed in any case is not there
-};
-
-eListingTrust GetTrust(int nDirectory) noexcept
-{
-    struct statfs oSystem;
-    if (::fstatfs(nDirectory, &oSystem) != 0)
-        return eListingTrust::None;
-
-    switch (static_cast<std::uint32_t>(oSystem.f_type))
-    {
-    case PROC_SUPER_MAGIC:
-    case SYSFS_MAGIC:
-    case DEBUGFS_MAGIC:
-    case TRACEFS_MAGIC:
-    case DEVPTS_SUPER_MAGIC:
-    case CGROUP_SUPER_MAGIC:
-    case CGROUP2_SUPER_MAGIC:
-    case AUTOFS_SUPER_MAGIC:
-        return eListingTrust::None;
-
-    case EXT4_SUPER_MAGIC: // and its elders
-    case XFS_SUPER_MAGIC:
-    case BTRFS_SUPER_MAGIC:
-    case F2FS_SUPER_MAGIC:
-    case TMPFS_MAGIC:
-    case RAMFS_MAGIC:
-    case OVERLAYFS_SUPER_MAGIC:
-    case SQUASHFS_MAGIC:
-    {
-        // A directory that ignores case by itself knows more letters than A to Z.
-        int nFlags = 0;
-        const bool bIgnoresCase = ::ioctl(nDirectory, FS_IOC_GETFLAGS, &nFlags) == 0 && (nFlags & FS_CASEFOLD_FL) != 0;
-        return bIgnoresCase ? eListingTrust::Stamps : eListingTrust::Complete;
-    }
-    default:
-        return eListingTrust::Stamps;
-    }
-}
-
-/// The names of a directory, to be found without regard to case.
-class CListing
-{
-public:
-    explicit CListing(eListingTrust eTrust) noexcept : m_eTrust(eTrust) {}
-
-    bool IsComplete() const noexcept { return m_eTrust == eListingTrust::Complete; }
-
-    void Add(std::string_view sName)
-    {
-        m_aNames.push_back(static_cast<std::uint32_t>(m_sBytes.size()));
-        m_sBytes.append(sName);
-        m_sBytes.push_back('\0');
-    }
-
-    /// Builds the index; after that the listing does not change.
-    void Finish()
-    {
-        std::size_t nCapacity = 8;
-        while (nCapacity < m_aNames.size() * 2)
-            nCapacity *= 2;
-        m_aIndex.assign(nCapacity, NONE);
-        for (std::uint32_t nName = 0; nName < m_aNames.size(); ++nName)
-        {
-            std::size_t nPlace = HashOf(NameAt(nName)) & (nCapacity - 1);
-            while (m_aIndex[nPlace] != NONE)
-                nPlace = (nPlace + 1) & (nCapacity - 1);
-            m_aIndex[nPlace] = nName;
-        }
-    }
-
-    /// The exact name if it is there, else the first in order that differs from it in case alone, else null.
-    const char* Find(std::string_view sName) const noexcept
-    {
-        const char* pBest = nullptr;
-        for (std::size_t nPlace = HashOf(sName) & (m_aIndex.size() - 1); m_aIndex[nPlace] != NONE;
-             nPlace = (nPlace + 1) & (m_aIndex.size() - 1))
-        {
-            const char* const pName = NameAt(m_aIndex[nPlace]);
-            if (sName == pName)
-                return pName;
-            if (System::IsSameFolded(sName, pName) && (pBest == nullptr || std::strcmp(pName, pBest) < 0))
-                pBest = pName;
-        }
-        return pBest;
-    }
-
-    std::size_t GetByteCount() const noexcept
-    {
-        return m_sBytes.capacity() + (m_aNames.capacity() + m_aIndex.capacity()) * sizeof(std::uint32_t);
-    }
-
-private:
-    static constexpr std::uint32_t NONE = 0xFFFFFFFF;
-
-    // FNV-1a over the folded bytes
-    static std::size_t HashOf(std::string_view sName) noexcept
-    {
-        std::uint32_t nHash = 2166136261u;
-        for (const char cByte : sName)
-            nHash = (nHash ^ FoldByte(cByte)) * 16777619u;
-        return nHash ^ (nHash >> 15);
-    }
-
-    const char* NameAt(std::uint32_t nName) const noexcept { return m_sBytes.data() + m_aNames[nName]; }
-
-    eListingTrust m_eTrust;
-    std::string m_sBytes;
-    std::vector<std::uint32_t> m_aNames;
-    std::vector<std::uint32_t> m_aIndex;
-};
-
-using CListingPtr = std::shared_ptr<const CListing>;
-
-/// Which directory it is, and the time stamps that change with its names.
-struct sDirectoryState
-{
-    dev_t nDevice;
-    ino_t nIndex;
-    timespec oModified;
-    timespec oChanged;
-
-    explicit sDirectoryState(const struct stat& oStat) noexcept
-        : nDevice(oStat.st_dev), nIndex(oStat.st_ino), oModified(oStat.st_mtim), oChanged(oStat.st_ctim)
-    {
-    }
-
-    bool operator==(const sDirectoryState& oOther) const noexcept
-    {
-        return nDevice == oOther.nDevice && nIndex == oOther.nIndex && IsSame(oModified, oOther.oModified) &&
-               IsSame(oChanged, oOther.oChanged);
-    }
-
-    /// Whether a change at the given time or later is sure to bring other time stamps.
-    ///
-    /// The system takes time stamps from a clock that ticks up to 10 ms apart, and some file systems store whole or
-    /// even seconds only: a directory that changed a moment ago may change again without a new stamp.
-    bool IsSettled(const timespec& oNow) const noexcept
-    {
-        constexpr std::int64_t FINE_TICK = 20'000'000;
-        constexpr std::int64_t COARSE_TICK = 2'500'000'000;
-
-        const bool bCoarse = oModified.tv_nsec == 0 || oChanged.tv_nsec == 0;
-        const std::int64_t nLatest = std::max(Nanoseconds(oModified), Nanoseconds(oChanged));
-        return Nanoseconds(oNow) - nLatest > (bCoarse ? COARSE_TICK : FINE_TICK);
-    }
-
-private:
-    static bool IsSame(const timespec& oFirst, const timespec& oSecond) noexcept
-    {
-        return oFirst.tv_sec == oSecond.tv_sec && oFirst.tv_nsec == oSecond.tv_nsec;
-    }
-
-    static std::int64_t Nanoseconds(const timespec& oTime) noexcept
-    {
-        return static_cast<std::int64_t>(oTime.tv_sec) * 1'000'000'000 + oTime.tv_nsec;
-    }
-};
-
-/// Listings that were read before, each valid as long as its directory's time stamps hold.
-class CListingCache
-{
-public:
-    constexpr CListingCache() noexcept = default;
-
-    ~CListingCache()
-    {
-        // Static objects that end after this one may still open files: the cache starts anew for them.
-        delete std::exchange(m_pEntries, nullptr);
-    }
-
-    CListingCache(const CListingCache&) = delete;
-    CListingCache& operator=(const CListingCache&) = delete;
-
-    CListingPtr Find(const sDirectoryState& oState)
-    {
-        const std::lock_guard oGuard(m_oMutex);
-        if (m_pEntries == nullptr)
-            return nullptr;
-
-        const auto it = m_pEntries->find(KeyOf(oState));
-        if (it == m_pEntries->end() || !(it->second.oState == oState))
-            return nullptr;
-
-        it->second.nLastUse = ++m_nClock;
-        return it->second.pListing;
-    }
-
-    void Store(const sDirectoryState& oState, const CListingPtr& pListing)
-    {
-        const std::size_t nBytes = pListing->GetByteCount();
-        if (nBytes > MOST_BYTES)
-            return;
-
-        const std::lock_guard oGuard(m_oMutex);
-        if (m_pEntries == nullptr)
-            m_pEntries = new CEntries;
-
-        Erase(m_pEntries->find(KeyOf(oState)));
-        while (m_pEntries->size() >= MOST_DIRECTORIES || (!m_pEntries->empty() && m_nBytes + nBytes > MOST_BYTES))
-            Erase(std::min_element(m_pEntries->begin(), m_pEntries->end(),
-                                   [](const auto& oFirst, const auto& oSecond)
-                                   { return oFirst.second.nLastUse < oSecond.second.nLastUse; }));
-
-        m_pEntries->emplace(KeyOf(oState), sEntry{oState, pListing, ++m_nClock});
-        m_nBytes += nBytes;
-    }
-
-private:
-    static constexpr std::size_t MOST_DIRECTORIES = 512;
-    static constexpr std::size_t MOST_BYTES = std::size_t{64} << 20;
-
-    struct sEntry
-    {
-        sDirectoryState oState;
-        CListingPtr pListing;
-        std::uint64_t nLastUse;
-    };
-
-    using CKey = std::pair<dev_t, ino_t>;
-
-    struct sHash
-    {
-        std::size_t operator()(const CKey& oKey) const noexcept
-        {
-            return std::hash<std::uint64_t>()(oKey.first * 0x9E3779B97F4A7C15u + oKey.second);
-        }
-    };
-
-    using CEntries = std::unordered_map<CKey, sEntry, sHash>;
-
-    static CKey KeyOf(const sDirectoryState& oState) noexcept { return {oState.nDevice, oState.nIndex}; }
-
-    void Erase(CEntries::iterator it)
-    {
-        if (it == m_pEntries->end())
-            return;
-        m_nBytes -= it->second.pListing->GetByteCount();
-        m_pEntries->erase(it);
-    }
-
-    std::mutex m_oMutex;
-    CEntries* m_pEntries = nullptr;
-    std::size_t m_nBytes = 0;
-    std::uint64_t m_nClock = 0;
-};
-
-constinit CListingCache s_oListings;
-
-bool IsSettledNow(const sDirectoryState& oState) noexcept
-{
-    timespec oNow{};
-    return ::clock_gettime(CLOCK_REALTIME, &oNow) == 0 && oState.IsSettled(oNow);
-}
-
-// The next entry of a directory; null at the end, and with errno not 0 when it cannot be read.
-const dirent* ReadEntry(DIR* pStream) noexcept
-{
-    errno = 0;
-    return ::readdir(pStream);
-}
-
-// The listing of a directory whose status was just asked; null when it cannot be read.
-CListingPtr GetListing(const char* pDirectory, const struct stat& oStat)
-{
-    if (CListingPtr pKnown = s_oListings.Find(sDirectoryState(oStat)))
-        return pKnown;
-
-    const CDirectoryStream pStream(::opendir(pDirectory));
-    struct stat oBefore;
-    if (pStream == nullptr || ::fstat(::dirfd(pStream.get()), &oBefore) != 0)
-        return nullptr;
-
-    const sDirectoryState oState(oBefore);
-    const eListingTrust eTrust = GetTrust(::dirfd(pStream.get()));
-    const bool bKeep = eTrust != eListingTrust::None && IsSettledNow(oState);
-
-    const auto pListing = std::make_shared<CListing>(eTrust);
-    while (const dirent* pEntry = ReadEntry(pStream.get()))
-        if (!IsDotOrDotDot(pEntry->d_name))
-            pListing->Add(pEntry->d_name);
-    if (errno != 0)
-        return nullptr;
-    pListing->Finish();
-
-    struct stat oAfter;
-    if (bKeep && ::fstat(::dirfd(pStream.get()), &oAfter) == 0 && sDirectoryState(oAfter) == oState)
-        s_oListings.Store(oState, pListing);
-    return pListing;
 }
 
 // ---------------------------------------------------------------- from a path to a file
@@ -557,7 +253,7 @@ bool IsSurelyMissing(std::string_view sDirectory, std::string_view sName) noexce
     if (!oDirectory.Append(sDirectory) || !GetDirectoryStat(oDirectory, oStat))
         return false;
 
-    const CListingPtr pListing = s_oListings.Find(sDirectoryState(oStat));
+    const CListingPtr pListing = FindListing(sFileStamps(oStat));
     return pListing != nullptr && pListing->IsComplete() && pListing->Find(sName) == nullptr;
 }
 
@@ -653,15 +349,37 @@ struct sOpenMode
     }
 };
 
+bool LetSharedFilesGo() noexcept;
+
 // Opens without waiting for the other end of a pipe.
 int OpenNow(const char* pPath, int nFlags) noexcept
 {
     const int nCommon = nFlags | O_CLOEXEC | O_NOCTTY;
-    const int nDescriptor = Retry([&] { return ::open(pPath, nCommon | O_NONBLOCK, NEW_FILE_MODE); });
+    const auto Open = [&] { return ::open(pPath, nCommon | O_NONBLOCK, NEW_FILE_MODE); };
+    int nDescriptor = Retry(Open);
+    if (nDescriptor == -1 && (errno == EMFILE || errno == ENFILE) && LetSharedFilesGo())
+        nDescriptor = Retry(Open);
     if (nDescriptor != -1 || errno != EWOULDBLOCK)
         return nDescriptor;
 
     return Retry([&] { return ::open(pPath, nCommon, NEW_FILE_MODE); }); // a lease of another process: wait for it
+}
+
+// Asks for the status of an open descriptor and lets its calls wait; false when it is neither a file nor a device.
+bool PrepareDescriptor(int nDescriptor, struct stat& oStat) noexcept
+{
+    if (::fstat(nDescriptor, &oStat) != 0)
+        return false;
+    if (S_ISREG(oStat.st_mode))
+        return true;
+
+    if (!S_ISCHR(oStat.st_mode) && !S_ISBLK(oStat.st_mode))
+    {
+        errno = S_ISDIR(oStat.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    const int nFlags = ::fcntl(nDescriptor, F_GETFL);
+    return nFlags != -1 && ::fcntl(nDescriptor, F_SETFL, nFlags & ~O_NONBLOCK) != -1;
 }
 
 // Makes a stream of an open descriptor, unless it is something else than a file or a device.
@@ -669,21 +387,8 @@ std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<cha
                       std::int64_t* pLength = nullptr) noexcept
 {
     struct stat oStat;
-    if (::fstat(oDescriptor.Get(), &oStat) != 0)
+    if (!PrepareDescriptor(oDescriptor.Get(), oStat))
         return nullptr;
-
-    const bool bFile = S_ISREG(oStat.st_mode);
-    if (!bFile)
-    {
-        if (!S_ISCHR(oStat.st_mode) && !S_ISBLK(oStat.st_mode))
-        {
-            errno = S_ISDIR(oStat.st_mode) ? EISDIR : EINVAL;
-            return nullptr;
-        }
-        const int nFlags = ::fcntl(oDescriptor.Get(), F_GETFL);
-        if (nFlags == -1 || ::fcntl(oDescriptor.Get(), F_SETFL, nFlags & ~O_NONBLOCK) == -1)
-            return nullptr;
-    }
 
     std::FILE* const pStream = ::fdopen(oDescriptor.Get(), pMode);
     if (pStream == nullptr)
@@ -692,9 +397,143 @@ std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<cha
     oDescriptor.Detach();
     if (pLength != nullptr)
         *pLength = oStat.st_size;
-    if (bFile && !aBuffer.empty()) // a terminal gets a buffer of its own kind
+    if (S_ISREG(oStat.st_mode) && !aBuffer.empty()) // a terminal gets a buffer of its own kind
         ::setvbuf(pStream, aBuffer.data(), _IOFBF, aBuffer.size());
     return pStream;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------- shared files
+
+/// Its users and the cache each hold a reference; the last one closes it.
+class System::CSharedFile
+{
+public:
+    /// @param nDescriptor  becomes the object's
+    CSharedFile(int nDescriptor, const sFileStamps& oStamps) noexcept : m_nDescriptor(nDescriptor), m_oStamps(oStamps)
+    {
+    }
+
+    CSharedFile(const CSharedFile&) = delete;
+    CSharedFile& operator=(const CSharedFile&) = delete;
+
+    void AddReference() noexcept { m_nReferences.fetch_add(1, std::memory_order_relaxed); }
+
+    void Release() noexcept
+    {
+        if (m_nReferences.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete this;
+    }
+
+    /// What was true when it was opened.
+    const sFileStamps& GetStamps() const noexcept { return m_oStamps; }
+
+    int GetDescriptor() const noexcept { return m_nDescriptor.Get(); }
+
+    /// Whether no name on the disk leads to it any more.
+    bool IsGone() const noexcept
+    {
+        struct stat oStat;
+        return ::fstat(m_nDescriptor.Get(), &oStat) != 0 || oStat.st_nlink == 0;
+    }
+
+private:
+    ~CSharedFile() = default;
+
+    const CDescriptor m_nDescriptor;
+    const sFileStamps m_oStamps;
+    std::atomic<std::uint32_t> m_nReferences = 1;
+};
+
+namespace
+{
+/// The shared files that stay open. An open file keeps its place on the disk, so the same device and index are the same
+/// file; that its time stamps hold says that a new open would be granted as the old one was.
+class CSharedFiles
+{
+public:
+    constexpr CSharedFiles() noexcept = default;
+
+    /// Whether there is any.
+    bool HasAny() const noexcept { return m_nCount.load(std::memory_order_relaxed) != 0; }
+
+    /// A file with a reference for the caller, or null.
+    CSharedFile* Find(const sFileStamps& oStamps) noexcept
+    {
+        const CFileCacheGuard oGuard;
+        for (sEntry& oEntry : m_aEntries)
+        {
+            if (oEntry.pFile == nullptr || !(oEntry.pFile->GetStamps() == oStamps))
+                continue;
+            oEntry.nLastUse = ++m_nClock;
+            oEntry.pFile->AddReference();
+            return oEntry.pFile;
+        }
+        return nullptr;
+    }
+
+    /// Keeps a file, in place of those that are gone, an older state of the same, or the one not used for longest.
+    void Keep(CSharedFile& oFile) noexcept
+    {
+        const CFileCacheGuard oGuard;
+        for (sEntry& oEntry : m_aEntries)
+        {
+            if (oEntry.pFile != nullptr &&
+                (oEntry.pFile->GetStamps().IsSameFile(oFile.GetStamps()) || oEntry.pFile->IsGone()))
+                Drop(oEntry);
+        }
+
+        sEntry& oPlace = *std::min_element(m_aEntries.begin(), m_aEntries.end(),
+                                           [](const sEntry& oFirst, const sEntry& oSecond)
+                                           { return oFirst.nLastUse < oSecond.nLastUse; });
+        Drop(oPlace);
+        oFile.AddReference();
+        oPlace = {&oFile, ++m_nClock};
+        m_nCount.fetch_add(1, std::memory_order_relaxed);
+    }
+
+    /// Lets all go.
+    ///
+    /// @return whether there was any
+    bool Clear() noexcept
+    {
+        const CFileCacheGuard oGuard;
+        const bool bAny = HasAny();
+        for (sEntry& oEntry : m_aEntries)
+            Drop(oEntry);
+        return bAny;
+    }
+
+private:
+    static constexpr std::size_t MOST_FILES = 32;
+
+    struct sEntry
+    {
+        CSharedFile* pFile = nullptr;
+        std::uint64_t nLastUse = 0; // 0 for a free place
+    };
+
+    void Drop(sEntry& oEntry) noexcept
+    {
+        if (oEntry.pFile == nullptr)
+            return;
+        oEntry.pFile->Release();
+        oEntry = {};
+        m_nCount.fetch_sub(1, std::memory_order_relaxed);
+    }
+
+    std::array<sEntry, MOST_FILES> m_aEntries{};
+    std::uint64_t m_nClock = 0;
+    std::atomic<std::size_t> m_nCount = 0;
+};
+
+constinit CSharedFiles s_oSharedFiles;
+
+// Makes room for other descriptors; whether there was any to be had.
+bool LetSharedFilesGo() noexcept
+{
+    return s_oSharedFiles.Clear();
 }
 
 System::sFileStatus MakeStatus(const struct stat& oStat) noexcept
@@ -786,6 +625,58 @@ bool System::TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept
 int System::PrintToStream(std::FILE* pStream, const char* pFormat, va_list pArguments) noexcept
 {
     return std::vfprintf(pStream, pFormat, pArguments);
+}
+
+System::CSharedFile* System::AcquireShared(const char* pPath) noexcept
+{
+    CSharedFile* pKnown = nullptr;
+    CDescriptor oDescriptor(CallWithPath(pPath, eLastName::AnyCase,
+                                         [&](const char* pExact)
+                                         {
+                                             struct stat oStat;
+                                             if (s_oSharedFiles.HasAny() && ::stat(pExact, &oStat) == 0)
+                                                 pKnown = s_oSharedFiles.Find(sFileStamps(oStat));
+                                             return pKnown != nullptr ? NO_DESCRIPTOR : OpenNow(pExact, O_RDONLY);
+                                         }));
+    if (pKnown != nullptr)
+        return pKnown;
+
+    struct stat oStat;
+    if (oDescriptor.Get() < 0 || !PrepareDescriptor(oDescriptor.Get(), oStat))
+        return nullptr;
+
+    const sFileStamps oStamps(oStat);
+    auto* const pFile = new (std::nothrow) CSharedFile(oDescriptor.Get(), oStamps);
+    if (pFile == nullptr)
+        return nullptr;
+
+    oDescriptor.Detach();
+    if (S_ISREG(oStat.st_mode) && GetTrust(pFile->GetDescriptor()) == eListingTrust::Complete && IsSettledNow(oStamps))
+        s_oSharedFiles.Keep(*pFile);
+    return pFile;
+}
+
+void System::ReleaseShared(CSharedFile* pFile) noexcept
+{
+    pFile->Release();
+}
+
+std::size_t System::ReadShared(CSharedFile* pFile, std::uint64_t nOffset, void* pTarget, std::size_t nCount) noexcept
+{
+    std::size_t nDone = 0;
+    while (nDone < nCount)
+    {
+        const ssize_t nRead = Retry(
+            [&]
+            {
+                return ::pread(pFile->GetDescriptor(), static_cast<char*>(pTarget) + nDone, nCount - nDone,
+                               static_cast<off_t>(nOffset + nDone));
+            });
+        if (nRead <= 0)
+            break;
+        nDone += static_cast<std::size_t>(nRead);
+    }
+    return nDone;
 }
 
 bool System::EraseFile(const char* pPath) noexcept

@@ -2,6 +2,7 @@
 
 #include <Common/Platform/System/NameOrder.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -223,6 +224,62 @@ int System::PrintToStream(std::FILE* pStream, const char* pFormat, va_list pArgu
         return -1;
     const auto nBytes = static_cast<std::size_t>(nLength);
     return std::fwrite(pLong != nullptr ? pLong.get() : aShort, 1, nBytes, pStream) == nBytes ? nLength : -1;
+}
+
+class System::CSharedFile
+{
+public:
+    explicit CSharedFile(std::FILE* pStream) noexcept : m_pStream(pStream) {}
+
+    ~CSharedFile() { std::fclose(m_pStream); }
+
+    CSharedFile(const CSharedFile&) = delete;
+    CSharedFile& operator=(const CSharedFile&) = delete;
+
+    std::size_t Read(std::uint64_t nOffset, void* pTarget, std::size_t nCount) const noexcept
+    {
+        constexpr std::size_t MOST_AT_ONCE = std::size_t{1} << 30;
+
+        const auto pHandle = reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(m_pStream)));
+        std::size_t nDone = 0;
+        while (nDone < nCount)
+        {
+            OVERLAPPED oPlace{};
+            oPlace.Offset = static_cast<DWORD>(nOffset + nDone);
+            oPlace.OffsetHigh = static_cast<DWORD>((nOffset + nDone) >> 32);
+            DWORD nRead = 0;
+            const auto nWanted = static_cast<DWORD>(std::min(nCount - nDone, MOST_AT_ONCE));
+            if (!::ReadFile(pHandle, static_cast<char*>(pTarget) + nDone, nWanted, &nRead, &oPlace) || nRead == 0)
+                break;
+            nDone += nRead;
+        }
+        return nDone;
+    }
+
+private:
+    std::FILE* m_pStream;
+};
+
+System::CSharedFile* System::AcquireShared(const char* pPath) noexcept
+{
+    std::FILE* const pStream = OpenStream(pPath, "rb");
+    if (pStream == nullptr)
+        return nullptr;
+
+    auto* const pFile = new (std::nothrow) CSharedFile(pStream);
+    if (pFile == nullptr)
+        std::fclose(pStream);
+    return pFile;
+}
+
+void System::ReleaseShared(CSharedFile* pFile) noexcept
+{
+    delete pFile;
+}
+
+std::size_t System::ReadShared(CSharedFile* pFile, std::uint64_t nOffset, void* pTarget, std::size_t nCount) noexcept
+{
+    return pFile->Read(nOffset, pTarget, nCount);
 }
 
 bool System::EraseFile(const char* pPath) noexcept
