@@ -4,16 +4,24 @@
 #include <Common/Platform/PlatformString.h>
 
 #include <tests/support/ArchiveBytes.h>
+#include <tests/support/MemoryLimit.h>
+#include <tests/support/SparseFile.h>
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestPaths.h>
 
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <filesystem>
+#include <fstream>
 #include <span>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
+
+using namespace std::string_view_literals;
 
 namespace
 {
@@ -537,6 +545,61 @@ TEST(IsolatedArchiveNode, FollowsTheLocaleThatHoldsAtTheCall)
     }
     std::setlocale(LC_CTYPE, "C");
     EXPECT_EQ(oArchive.oRoot.Find("\xC3\xA4.txt"), &oArchive.oRoot.GetEntry(1));
+}
+
+TEST(IsolatedArchiveReader, TellsOfATableThatThereIsNoMemoryFor)
+{
+    if (!CMemoryLimit::IsSupported())
+        GTEST_SKIP() << "this target sets no limit to the memory of a test";
+
+    const CTestDirectory oDirectory;
+    constexpr std::uint32_t ENTRIES = 2'000'000; // some 550 MB
+    const std::uint64_t nSize = sizeof(sArchiveHeader) + std::uint64_t{ENTRIES} * ENTRY_SIZE;
+    MakeSparseFile("huge.arc", nSize, "\0"sv);
+    std::string sHeader = MakeArchiveNode({}).substr(0, sizeof(sArchiveHeader));
+    SetNumber(sHeader, NODE_SIZE_FIELD, static_cast<std::uint32_t>(nSize));
+    SetNumber(sHeader, TABLE_OFFSET_FIELD, sizeof(sArchiveHeader));
+    SetNumber(sHeader, ENTRY_COUNT_FIELD, ENTRIES);
+    std::fstream oFile("huge.arc", std::ios::binary | std::ios::in | std::ios::out);
+    ASSERT_TRUE(oFile.write(sHeader.data(), static_cast<std::streamsize>(sHeader.size())));
+    oFile.close();
+    oDirectory.Write("small.arc", MakeArchiveNode({{"a", "bytes"}}));
+
+    CArchiveReader oReader;
+    CArchiveNode oRoot;
+    ASSERT_TRUE(oReader.Open("huge.arc"));
+    const CMemoryLimit oLimit(std::size_t{64} << 20);
+    EXPECT_EQ(oReader.ReadRoot(oRoot), eArchiveResult::NoMemory);
+    EXPECT_EQ(oRoot.GetEntryCount(), 0U);
+
+    // and it goes on
+    ASSERT_TRUE(oReader.Open("small.arc"));
+    ASSERT_EQ(oReader.ReadRoot(oRoot), eArchiveResult::Ok);
+    ASSERT_EQ(oRoot.GetEntryCount(), 1U);
+    EXPECT_EQ(ReadAll(oReader, oRoot, oRoot.GetEntry(0)), "bytes");
+}
+
+TEST(ArchiveReader, TellsOfAFileThatShrinksWhileItIsRead)
+{
+    const CTestDirectory oDirectory;
+    const std::string sArchive = MakeArchiveNode({{"a", std::string(300'000, 'a')}, {"b", "b"}});
+    oDirectory.Write("p.arc", sArchive);
+    CArchiveReader oReader;
+    CArchiveNode oRoot;
+    ASSERT_TRUE(oReader.Open("p.arc"));
+    ASSERT_EQ(oReader.ReadRoot(oRoot), eArchiveResult::Ok);
+    std::error_code oError;
+    std::filesystem::resize_file("p.arc", 1000, oError);
+    if (oError)
+        GTEST_SKIP() << "this system lets nobody shrink a file that is open";
+
+    std::string sBytes(300'000, '?');
+    EXPECT_EQ(oReader.ReadEntry(oRoot, oRoot.GetEntry(0), 0, sBytes.data(), sBytes.size()), eArchiveResult::Truncated);
+    EXPECT_EQ(oReader.ReadRoot(oRoot), eArchiveResult::Truncated);
+
+    oDirectory.Write("p.arc", sArchive);
+    ASSERT_EQ(oReader.ReadRoot(oRoot), eArchiveResult::Ok) << "as soon as the bytes are there again";
+    EXPECT_EQ(ReadAll(oReader, oRoot, oRoot.GetEntry(1)), "b");
 }
 
 TEST(ArchiveReader, KnowsNamesThatStayInTheirDirectory)
