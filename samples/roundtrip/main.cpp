@@ -1,8 +1,10 @@
 // roundtrip DIR: packs a directory, opens every file of it by name out of the archive, unpacks it, and compares every
-// byte on both ways with the disk. The last lines are a table of what it did and how fast.
+// byte on both ways with the disk. The last lines are a table of what it did and how fast. The result goes to the log
+// as well, where a monitor shows it.
 //
 // Each file is opened under four names: in its own case and in capitals, with slashes and with backslashes.
 
+#include <Common/Debug/Log.h>
 #include <Common/Debug/VQException.h>
 #include <Common/File/ExtendedFileSystem.h>
 #include <Common/File/FileIO.h>
@@ -118,6 +120,13 @@ private:
     double m_dSeconds = 0;
 };
 
+// Tells every monitor that listens.
+void Report(eErrorClass nClass, const std::string& sMessage)
+{
+    _VQ_Log_Fn("samples/roundtrip/main", "roundtrip", "", __LINE__, 0, LOG_NETWORK, static_cast<unsigned long>(nClass),
+               "%s", sMessage.c_str());
+}
+
 std::string ReadFromDisk(const fs::path& oPath)
 {
     std::ifstream oFile(oPath, std::ios::binary);
@@ -225,6 +234,8 @@ void Run(const fs::path& oTop)
     oExtract.Count(oExtracted.m_aFiles.size(), oExtracted.m_aDirectories.size() + 1, nBytes);
 
     std::printf("every byte is the same\n\n");
+    Report(ecInfo, std::to_string(oTree.m_aFiles.size()) + " files in " + std::to_string(nDirectories) +
+                       " directories: every byte is the same");
     CResult::PrintTitle();
     oPack.Print();
     oRead.Print();
@@ -248,10 +259,12 @@ int main(int nArguments, char** ppArguments)
     catch (const CVQException& oError)
     {
         std::fprintf(stderr, "roundtrip: %s (%lu)\n", oError.GetErrorString(), oError.GetErrorCode());
+        Report(ecError, oError.GetErrorString());
     }
     catch (const std::exception& oError)
     {
         std::fprintf(stderr, "roundtrip: %s\n", oError.what());
+        Report(ecError, oError.what());
     }
     return 1;
 }
