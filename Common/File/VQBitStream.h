@@ -79,7 +79,7 @@ public:
     /// Reads a bit and moves on. The bits of the last byte can all be read, in use or not; behind it all are false.
     void Read(bool& bValue) noexcept
     {
-        bValue = m_nByte < GetSize() && (ByteAt(m_nByte) << m_nBit & HIGHEST) != 0;
+        bValue = m_nByte < GetSize() && (unsigned{ByteAt(m_nByte)} << m_nBit & HIGHEST) != 0;
         Advance();
     }
 
