@@ -40,7 +40,13 @@
 #include <Common/ProcessControl/VQPipe.h>
 #include <Common/ProcessControl/VQSemaphore.h>
 #include <Common/ProcessControl/VQThread.h>
+#include <Common/Profile/StlList.h>
 #include <Common/Profile/Timer.h>
+#include <Common/Profile/VQProfileAnalysedSample.h>
+#include <Common/Profile/VQProfileRawSample.h>
+#include <Common/Profile/VQProfileSample.h>
+#include <Common/Profile/VQProfiler.h>
+#include <Common/Profile/VQProfilerStatus.h>
 #include <Common/Profile/VQTimer.h>
 #include <Common/String/LexAnalyzer.h>
 #include <Common/String/StringTokenizer.h>

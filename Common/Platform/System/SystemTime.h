@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstdint>
+#include <Common/Platform/System/PreserveRegisters.h>
 
-#if defined(__i386__) || defined(__x86_64__)
-#    include <x86intrin.h>
-#endif
+#include <cstdint>
 
 // The clocks and the time events.
 namespace System
@@ -23,10 +21,10 @@ std::uint32_t ReadTickCount();
 std::uint32_t ReadMediaClock();
 
 // The cycle counter of the processor: the cheapest clock, its rate unknown to it.
-inline std::uint64_t ReadCycleCounter()
+COMMON_GENERAL_REGISTERS inline std::uint64_t ReadCycleCounter()
 {
 #if defined(__i386__) || defined(__x86_64__)
-    return __rdtsc();
+    return __builtin_ia32_rdtsc();
 #elif defined(__aarch64__)
     std::uint64_t nCount = 0;
     __asm__ volatile("mrs %0, cntvct_el0" : "=r"(nCount));
@@ -34,6 +32,12 @@ inline std::uint64_t ReadCycleCounter()
 #else
     return static_cast<std::uint64_t>(ReadPerformanceCounter());
 #endif
+}
+
+// Keeps the compiler from moving what stands before it behind it, and the other way round.
+COMMON_GENERAL_REGISTERS inline void KeepOrder()
+{
+    __asm__ volatile("" ::: "memory");
 }
 
 // Tells whether the cycle counter runs at one rate, whatever the processor's speed and sleep.

@@ -11,7 +11,7 @@ namespace
 constexpr std::uint64_t LOW_END = std::uint64_t{1} << 32;
 
 // The system hands out address space in units of this size.
-constexpr std::uint64_t UNIT = 0x10000;
+constexpr std::size_t UNIT = 0x10000;
 } // namespace
 
 void* System::AllocateLowMemory(std::size_t nSize)
@@ -44,4 +44,22 @@ void System::FreeLowMemory(void* pMemory) noexcept
 {
     if (pMemory != nullptr)
         VirtualFree(pMemory, 0, MEM_RELEASE);
+}
+
+void* System::AllocateGuardedMemory(std::size_t nSize) noexcept
+{
+    // Address space that is reserved and never committed is the guard.
+    void* const pReserved = VirtualAlloc(nullptr, nSize + UNIT, MEM_RESERVE, PAGE_NOACCESS);
+    if (pReserved == nullptr)
+        return nullptr;
+
+    void* const pMemory = VirtualAlloc(pReserved, nSize, MEM_COMMIT, PAGE_READWRITE);
+    if (pMemory == nullptr)
+        VirtualFree(pReserved, 0, MEM_RELEASE);
+    return pMemory;
+}
+
+void System::FreeGuardedMemory(void* pMemory, std::size_t) noexcept
+{
+    FreeLowMemory(pMemory);
 }
