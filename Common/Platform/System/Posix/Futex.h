@@ -12,7 +12,6 @@
 #include <climits>
 #include <cstdint>
 #include <ctime>
-#include <utility>
 
 // Sleeping on a word of memory, and the small lock built on it.
 namespace System
@@ -101,13 +100,19 @@ inline bool IsSingleThreaded()
 template <class Word>
 inline bool SwapInProcess(std::atomic<Word>& nWord, Word& nExpected, Word nNew)
 {
-    if (!IsSingleThreaded())
-        return nWord.compare_exchange_strong(nExpected, nNew, std::memory_order_acq_rel, std::memory_order_relaxed);
-
-    const Word nFound = nWord.load(std::memory_order_relaxed);
-    if (nFound == nExpected)
+    // Said to be the likely case since it is the one in which a few cycles tell.
+    if (IsSingleThreaded()) [[likely]]
+    {
+        const Word nFound = nWord.load(std::memory_order_relaxed);
+        if (nFound != nExpected) [[unlikely]]
+        {
+            nExpected = nFound;
+            return false;
+        }
         nWord.store(nNew, std::memory_order_relaxed);
-    return nFound == std::exchange(nExpected, nFound);
+        return true;
+    }
+    return nWord.compare_exchange_strong(nExpected, nNew, std::memory_order_acq_rel, std::memory_order_relaxed);
 }
 
 // A lock of one word for a few instructions; not recursive. All bytes 0 is a free one.
@@ -123,7 +128,7 @@ public:
 
     void unlock()
     {
-        if (IsSingleThreaded())
+        if (IsSingleThreaded()) [[likely]]
             m_nState.store(FREE, std::memory_order_relaxed);
         else if (m_nState.exchange(FREE, std::memory_order_release) == HELD_WITH_SLEEPERS) [[unlikely]]
             FutexWake(&m_nState);

@@ -485,7 +485,7 @@ bool NamedObject::CreateNew(const BoundedText& sName, const NamedStart& oStart)
         m_pState->nOwnerHolder = m_nHolder;
         m_pState->nOwnerThread = oThread.Number();
         m_pState->nOwned = 1;
-        oThread.Add(0, this);
+        oThread.AddNamed(this);
         AddUse();
     }
     m_pState->nMagic = MAGIC;
@@ -569,16 +569,8 @@ void NamedObject::CloseHandle(std::uint32_t hObject)
         if (--m_nHandles == 0 && m_nFile >= 0)
             LeaveName();
     }
-    if (IsRetired())
-    {
-        // Whether the thread owns it makes no difference to anybody now.
-        ThreadRecord& oThread = ThreadRecord::This();
-        if (OwnedMutex* pOwned = oThread.Find(0, this))
-        {
-            oThread.Remove(pOwned);
-            RemoveUse();
-        }
-    }
+    if (IsRetired() && ThreadRecord::This().RemoveNamed(this)) // nobody is left who could ask whether it is owned
+        RemoveUse();
     RemoveUse();
 }
 
@@ -763,7 +755,7 @@ unsigned NamedObject::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
     if (m_nType == eNamedType::Mutex && (nResult == WAIT_RESULT_SIGNALLED || nResult == WAIT_RESULT_ABANDONED))
     {
         AddUse();
-        oThread.Add(0, this);
+        oThread.AddNamed(this);
     }
     return nResult;
 }
@@ -858,11 +850,8 @@ bool NamedObject::UnlockMutex()
             return true;
         FreeMutex(false);
     }
-    if (OwnedMutex* pOwned = oThread.Find(0, this))
-    {
-        oThread.Remove(pOwned);
+    if (oThread.RemoveNamed(this))
         RemoveUse();
-    }
     return true;
 }
 

@@ -43,49 +43,48 @@ void ThreadRecord::Register()
 {
     pthread_once(&s_oPrepared, &ThreadRecord::PrepareProcess);
     pthread_setspecific(s_nKey, this);
-    m_pOwned = m_aFirst;
+    m_ppNamed = m_aFirst;
     m_nCapacity = FIRST_CAPACITY;
     m_nNumber = static_cast<std::uint32_t>(syscall(SYS_gettid));
 }
 
 bool ThreadRecord::Grow()
 {
-    // Mutexes that others closed while this thread owned them are still noted here.
+    // Mutexes that are gone while this thread owned them are still noted here.
     std::uint32_t nKept = 0;
-    for (std::uint32_t i = 0; i < m_nOwned; ++i)
+    for (std::uint32_t i = 0; i < m_nNamed; ++i)
     {
-        const OwnedMutex oOwned = m_pOwned[i];
-        if (oOwned.pNamed == nullptr ? WaitTable::IsMutexOf(oOwned.hMutex, m_nNumber) : !oOwned.pNamed->IsRetired())
-            m_pOwned[nKept++] = oOwned;
-        else if (oOwned.pNamed != nullptr)
-            oOwned.pNamed->RemoveUse();
+        if (NamedObject* pNamed = m_ppNamed[i]; pNamed->IsRetired())
+            pNamed->RemoveUse();
+        else
+            m_ppNamed[nKept++] = pNamed;
     }
-    m_nOwned = nKept;
-    if (m_nOwned <= m_nCapacity / 2)
+    m_nNamed = nKept;
+    if (m_nNamed <= m_nCapacity / 2)
         return true;
 
     const std::uint32_t nCapacity = m_nCapacity * 2;
-    auto* pMore = static_cast<OwnedMutex*>(std::malloc(nCapacity * sizeof(OwnedMutex)));
-    if (pMore == nullptr)
-        return m_nOwned < m_nCapacity;
+    auto** ppMore = static_cast<NamedObject**>(std::malloc(nCapacity * sizeof(NamedObject*)));
+    if (ppMore == nullptr)
+        return m_nNamed < m_nCapacity;
 
-    std::memcpy(pMore, m_pOwned, m_nOwned * sizeof(OwnedMutex));
-    if (m_pOwned != m_aFirst)
-        std::free(m_pOwned);
-    m_pOwned = pMore;
+    std::memcpy(ppMore, m_ppNamed, m_nNamed * sizeof(NamedObject*));
+    if (m_ppNamed != m_aFirst)
+        std::free(m_ppNamed);
+    m_ppNamed = ppMore;
     m_nCapacity = nCapacity;
     return true;
 }
 
 void ThreadRecord::AbandonAll()
 {
-    while (m_nOwned > 0)
+    while (m_nNamed > 0)
+        m_ppNamed[--m_nNamed]->AbandonMutex(m_nNumber);
+
+    if (m_nMutexes != 0)
     {
-        const OwnedMutex oOwned = m_pOwned[--m_nOwned];
-        if (oOwned.pNamed != nullptr)
-            oOwned.pNamed->AbandonMutex(m_nNumber);
-        else
-            WaitTable::AbandonMutex(oOwned.hMutex, m_nNumber);
+        m_nMutexes = 0;
+        WaitTable::AbandonMutexesOf(m_nNumber);
     }
 }
 
@@ -102,8 +101,8 @@ void ThreadRecord::AtThreadEnd(void* pRecord)
         return;
     }
 
-    if (oThis.m_pOwned != oThis.m_aFirst)
-        std::free(oThis.m_pOwned);
+    if (oThis.m_ppNamed != oThis.m_aFirst)
+        std::free(oThis.m_ppNamed);
     oThis.m_nNumber = 0; // a destructor that comes even later begins anew
 
     if (const std::uint32_t hThread = oThis.m_hThread; hThread != 0)
@@ -121,14 +120,7 @@ void ThreadRecord::AfterForkInChild()
         oThis.m_nNumber = static_cast<std::uint32_t>(syscall(SYS_gettid));
 
     oThis.m_hThread = 0;
-    for (std::uint32_t i = 0; i < oThis.m_nOwned;)
-    {
-        OwnedMutex* pOwned = oThis.m_pOwned + i;
-        if (pOwned->pNamed != nullptr)
-            oThis.Remove(pOwned); // stays with the parent
-        else
-            ++i;
-    }
+    oThis.m_nNamed = 0; // they stay with the parent
     WaitTable::AfterForkInChild(nOldNumber, oThis.m_nNumber);
     NamedObject::AfterForkInChild();
 }

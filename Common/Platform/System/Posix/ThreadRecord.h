@@ -6,14 +6,6 @@ namespace System
 {
 class NamedObject;
 
-// A mutex that a thread owns, and how often. A named one is known by its object, any other by its handle.
-struct OwnedMutex
-{
-    std::uint32_t hMutex = 0;
-    std::uint32_t nCount = 0;
-    NamedObject* pNamed = nullptr;
-};
-
 // What the waitable objects know of a thread. It lies in the thread's static storage, and does its last work after all
 // destructors of thread storage have run.
 class ThreadRecord
@@ -26,31 +18,37 @@ public:
     // The calling thread's.
     static ThreadRecord& This();
 
+    // The calling thread's, which may not have been there yet: its number is 0 then.
+    static ThreadRecord& Raw();
+
     // The system's number of the thread, above 0; no two living threads have the same.
     std::uint32_t Number() const { return m_nNumber; }
 
-    // The mutex among those that the thread owns, or null.
-    OwnedMutex* Find(std::uint32_t hMutex, const NamedObject* pNamed)
+    // The thread owns one unnamed mutex more, or less. Which ones they are the table tells; those that somebody else
+    // closed are counted on.
+    void AddMutex() { ++m_nMutexes; }
+
+    void RemoveMutex() { --m_nMutexes; }
+
+    bool HasMutexes() const { return m_nMutexes != 0; }
+
+    // Makes room for one more named mutex; false when there is no memory.
+    bool Reserve() { return m_nNamed < m_nCapacity || Grow(); }
+
+    // Notes a named mutex as owned; there must be room.
+    void AddNamed(NamedObject* pNamed) { m_ppNamed[m_nNamed++] = pNamed; }
+
+    // False when the thread does not own it.
+    bool RemoveNamed(const NamedObject* pNamed)
     {
-        for (std::uint32_t i = m_nOwned; i-- > 0;)
+        for (std::uint32_t i = m_nNamed; i-- > 0;)
         {
-            if (m_pOwned[i].hMutex == hMutex && m_pOwned[i].pNamed == pNamed)
-                return &m_pOwned[i];
+            if (m_ppNamed[i] != pNamed)
+                continue;
+            m_ppNamed[i] = m_ppNamed[--m_nNamed];
+            return true;
         }
-        return nullptr;
-    }
-
-    // Makes room for one more mutex; false when there is no memory.
-    bool Reserve() { return m_nOwned < m_nCapacity || Grow(); }
-
-    // Notes a mutex as owned once; there must be room.
-    void Add(std::uint32_t hMutex, NamedObject* pNamed) { m_pOwned[m_nOwned++] = {hMutex, 1, pNamed}; }
-
-    void Remove(OwnedMutex* pOwned)
-    {
-        --m_nOwned;
-        if (pOwned != m_pOwned + m_nOwned)
-            *pOwned = m_pOwned[m_nOwned];
+        return false;
     }
 
     // A thread that this library started: its handle is signalled in the end.
@@ -70,21 +68,27 @@ private:
     void AbandonAll();
 
     std::uint32_t m_nNumber = 0;
-    std::uint32_t m_nOwned = 0;
+    std::uint32_t m_nMutexes = 0;
+    std::uint32_t m_nNamed = 0;
     std::uint32_t m_nCapacity = FIRST_CAPACITY;
     std::uint32_t m_hThread = 0;
     std::uint32_t m_nExitCode = 0;
     bool m_bEnding = false;
-    OwnedMutex* m_pOwned = nullptr; // m_aFirst, or a block of the heap
-    OwnedMutex m_aFirst[FIRST_CAPACITY];
+    NamedObject** m_ppNamed = nullptr; // m_aFirst, or a block of the heap
+    NamedObject* m_aFirst[FIRST_CAPACITY] = {};
 };
 
 // In the thread's static block, so that finding it costs no call.
 extern constinit thread_local ThreadRecord t_oThreadRecord __attribute__((tls_model("initial-exec")));
 
+inline ThreadRecord& ThreadRecord::Raw()
+{
+    return t_oThreadRecord;
+}
+
 inline ThreadRecord& ThreadRecord::This()
 {
-    ThreadRecord& oThis = t_oThreadRecord;
+    ThreadRecord& oThis = Raw();
     if (oThis.m_nNumber == 0) [[unlikely]]
         oThis.Register();
     return oThis;

@@ -82,6 +82,8 @@ struct alignas(64) Slot
     NamedObject* pNamed = nullptr;
 
     std::uint32_t nNextFree = 0; // guarded by the table's lock
+
+    std::atomic<std::uint32_t> nMore{0}; // how often the owner of a mutex has it beside the first time; his alone
 };
 
 static_assert(sizeof(Slot) == 64 && std::atomic<std::uint64_t>::is_always_lock_free);
@@ -404,19 +406,27 @@ unsigned WaitInQueue(Slot& oSlot, std::uint32_t hObject, std::uint32_t nMillisec
     }
 }
 
-[[gnu::noinline]] unsigned WaitForTakenMutex(std::uint32_t hMutex, std::uint32_t nMilliseconds, ThreadRecord& oThread)
+bool IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread)
 {
+    const std::uint64_t nWord = SlotOf(hMutex).nWord.load(std::memory_order_relaxed);
+    return HandleIn(nWord) == hMutex && (StateIn(nWord) & MUTEX_OWNER) == nThread;
+}
+
+[[gnu::noinline]] unsigned WaitForTakenMutex(std::uint32_t hMutex, std::uint32_t nMilliseconds)
+{
+    ThreadRecord& oThread = ThreadRecord::This();
     Slot& oSlot = SlotOf(hMutex);
-    if (WaitTable::IsMutexOf(hMutex, oThread.Number()))
+    if (IsMutexOf(hMutex, oThread.Number()))
     {
-        if (OwnedMutex* pOwned = oThread.Find(hMutex, nullptr))
+        if (oThread.HasMutexes())
         {
-            ++pOwned->nCount;
+            oSlot.nMore.store(oSlot.nMore.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
             return WAIT_RESULT_SIGNALLED;
         }
 
         // Locked so late in the end of a thread that nobody abandoned it; its number came again with this thread.
-        oThread.Add(hMutex, nullptr);
+        oSlot.nMore.store(0, std::memory_order_relaxed);
+        oThread.AddMutex();
         return WAIT_RESULT_ABANDONED;
     }
 
@@ -426,24 +436,8 @@ unsigned WaitInQueue(Slot& oSlot, std::uint32_t hObject, std::uint32_t nMillisec
                               [&] { return TryMutex(oSlot, hMutex, oThread.Number()); });
 
     if (nResult == WAIT_RESULT_SIGNALLED || nResult == WAIT_RESULT_ABANDONED)
-        oThread.Add(hMutex, nullptr);
+        oThread.AddMutex();
     return nResult;
-}
-
-inline unsigned WaitForMutex(std::uint32_t hMutex, std::uint32_t nMilliseconds)
-{
-    ThreadRecord& oThread = ThreadRecord::This();
-    if (!oThread.Reserve()) [[unlikely]]
-        return WAIT_RESULT_FAILED;
-
-    // Free, and nobody waits: the usual case.
-    std::uint64_t nFree = Pack(hMutex, 0);
-    if (SwapInProcess(SlotOf(hMutex).nWord, nFree, Pack(hMutex, oThread.Number()))) [[likely]]
-    {
-        oThread.Add(hMutex, nullptr);
-        return WAIT_RESULT_SIGNALLED;
-    }
-    return WaitForTakenMutex(hMutex, nMilliseconds, oThread);
 }
 
 unsigned WaitForEvent(std::uint32_t hEvent, std::uint32_t nMilliseconds)
@@ -470,12 +464,10 @@ unsigned WaitForSemaphore(std::uint32_t hSemaphore, std::uint32_t nMilliseconds)
 // Making an object available
 // ---------------------------------------------------------------------------------------------------------------------
 
-[[gnu::noinline]] bool FreeMutexWithWaiters(std::uint32_t hMutex, std::uint32_t nThread, std::uint32_t nLeft)
+// nLeft is what the mutex of the thread becomes, unless somebody insists on it: free, or abandoned.
+void FreeMutex(std::uint32_t hMutex, std::uint32_t nLeft)
 {
     Slot& oSlot = SlotOf(hMutex);
-    if (!WaitTable::IsMutexOf(hMutex, nThread))
-        return false;
-
     std::atomic<std::uint32_t>* pWoken = nullptr;
     {
         const std::lock_guard oGuard(oSlot.oLock);
@@ -484,22 +476,30 @@ unsigned WaitForSemaphore(std::uint32_t hSemaphore, std::uint32_t nMilliseconds)
         const std::uint32_t nNext = bHandOver ? pFirst->nThread : nLeft;
         const bool bMore = pFirst != nullptr && pFirst->pNext != nullptr;
         if (!ChangeState(oSlot, hMutex, [&](std::uint32_t) { return nNext | (bMore ? HAS_WAITERS : 0); }))
-            return false;
+            return; // closed meanwhile
         if (pFirst != nullptr)
             pWoken = TellFirst(oSlot, bHandOver ? Waiter::Granted : Waiter::Retry);
     }
     if (pWoken != nullptr)
         FutexWake(pWoken);
-    return true;
 }
 
-// nLeft is what the mutex becomes: free, or abandoned.
-inline bool FreeMutex(std::uint32_t hMutex, std::uint32_t nThread, std::uint32_t nLeft)
+// Locked more than once, waited for, or not the thread's at all.
+[[gnu::noinline]] bool UnlockMutexSlowly(std::uint32_t hMutex)
 {
-    std::uint64_t nWord = Pack(hMutex, nThread);
-    if (SwapInProcess(SlotOf(hMutex).nWord, nWord, Pack(hMutex, nLeft))) [[likely]]
+    ThreadRecord& oThread = ThreadRecord::This();
+    if (!IsMutexOf(hMutex, oThread.Number()))
+        return false;
+
+    Slot& oSlot = SlotOf(hMutex);
+    if (const std::uint32_t nMore = oSlot.nMore.load(std::memory_order_relaxed); nMore > 0)
+    {
+        oSlot.nMore.store(nMore - 1, std::memory_order_relaxed);
         return true;
-    return FreeMutexWithWaiters(hMutex, nThread, nLeft);
+    }
+    oThread.RemoveMutex();
+    FreeMutex(hMutex, 0);
+    return true;
 }
 
 // Signals with waiters: an event that resets itself passes the signal to one of them.
@@ -637,12 +637,11 @@ private:
 std::uint32_t WaitTable::AddMutex(bool bOwned)
 {
     ThreadRecord& oThread = ThreadRecord::This();
-    if (bOwned && !oThread.Reserve())
-        return 0;
-
-    const std::uint32_t hMutex = AddSlot(eKind::Mutex, bOwned ? oThread.Number() : 0, [](Slot&, std::uint32_t) {});
+    const std::uint32_t hMutex =
+        AddSlot(eKind::Mutex, bOwned ? oThread.Number() : 0,
+                [](Slot& oSlot, std::uint32_t) { oSlot.nMore.store(0, std::memory_order_relaxed); });
     if (bOwned && hMutex != 0)
-        oThread.Add(hMutex, nullptr);
+        oThread.AddMutex();
     return hMutex;
 }
 
@@ -673,30 +672,40 @@ std::uint32_t WaitTable::AddNamed(NamedObject* pNamed)
     return AddSlot(eKind::Named, 0, [=](Slot& oSlot, std::uint32_t) { oSlot.pNamed = pNamed; });
 }
 
+// This and UnlockMutex() are in one piece, and call others only in the end, since they are what a lock costs.
 unsigned WaitTable::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
 {
     if (!IsPossible(hObject)) [[unlikely]]
         return WAIT_RESULT_FAILED;
 
-    const eKind nKind = SlotOf(hObject).nKind.load(std::memory_order_relaxed);
-    if (nKind == eKind::Mutex)
-        return WaitForMutex(hObject, nMilliseconds);
-    return WaitForOther(hObject, nKind, nMilliseconds);
+    Slot& oSlot = SlotOf(hObject);
+    const eKind nKind = oSlot.nKind.load(std::memory_order_relaxed);
+    if (nKind != eKind::Mutex) [[unlikely]]
+        return WaitForOther(hObject, nKind, nMilliseconds);
+
+    // Free, and nobody waits: the usual case.
+    ThreadRecord& oThread = ThreadRecord::Raw();
+    std::uint64_t nFree = Pack(hObject, 0);
+    if (oThread.Number() == 0 || !SwapInProcess(oSlot.nWord, nFree, Pack(hObject, oThread.Number()))) [[unlikely]]
+        return WaitForTakenMutex(hObject, nMilliseconds);
+    oThread.AddMutex();
+    return WAIT_RESULT_SIGNALLED;
 }
 
 bool WaitTable::UnlockMutex(std::uint32_t hMutex)
 {
-    ThreadRecord& oThread = ThreadRecord::This();
-    OwnedMutex* pOwned = oThread.Find(hMutex, nullptr);
-    if (pOwned == nullptr) [[unlikely]]
+    if (!IsKind(hMutex, eKind::Mutex)) [[unlikely]]
         return UnlockNamedMutex(hMutex);
-    if (pOwned->nCount > 1 && IsMutexOf(hMutex, oThread.Number()))
-    {
-        --pOwned->nCount;
-        return true;
-    }
-    oThread.Remove(pOwned);
-    return FreeMutex(hMutex, oThread.Number(), 0);
+
+    // Locked once, and nobody waits: the usual case. A thread without a number owns nothing.
+    Slot& oSlot = SlotOf(hMutex);
+    ThreadRecord& oThread = ThreadRecord::Raw();
+    std::uint64_t nWord = Pack(hMutex, oThread.Number());
+    if (oThread.Number() == 0 || oSlot.nMore.load(std::memory_order_relaxed) != 0 ||
+        !SwapInProcess(oSlot.nWord, nWord, Pack(hMutex, 0))) [[unlikely]]
+        return UnlockMutexSlowly(hMutex);
+    oThread.RemoveMutex();
+    return true;
 }
 
 bool WaitTable::SetEvent(std::uint32_t hEvent)
@@ -754,7 +763,7 @@ bool WaitTable::Close(std::uint32_t hObject)
         return false;
 
     Slot& oSlot = SlotOf(hObject);
-    bool bMutex = false;
+    std::uint32_t nOwner = 0;
     NamedObject* pNamed = nullptr;
     {
         const std::lock_guard oGuard(oSlot.oLock);
@@ -765,17 +774,14 @@ bool WaitTable::Close(std::uint32_t hObject)
                 return false;
         } while (!SwapInProcess(oSlot.nWord, nWord, Pack(0, hObject >> INDEX_BITS)));
 
-        bMutex = oSlot.nKind.load(std::memory_order_relaxed) == eKind::Mutex;
+        if (oSlot.nKind.load(std::memory_order_relaxed) == eKind::Mutex)
+            nOwner = StateIn(nWord) & MUTEX_OWNER;
         pNamed = std::exchange(oSlot.pNamed, nullptr);
         TellAll(TakeQueue(oSlot), Waiter::Failed);
     }
 
-    if (bMutex)
-    {
-        ThreadRecord& oThread = ThreadRecord::This();
-        if (OwnedMutex* pOwned = oThread.Find(hObject, nullptr))
-            oThread.Remove(pOwned);
-    }
+    if (ThreadRecord& oThread = ThreadRecord::This(); nOwner == oThread.Number() && oThread.HasMutexes())
+        oThread.RemoveMutex();
     ReturnSlot(hObject & INDEX_MASK);
     if (pNamed != nullptr)
         pNamed->CloseHandle(hObject);
@@ -787,15 +793,26 @@ bool WaitTable::IsOpen(std::uint32_t hObject)
     return IsPossible(hObject) && HandleIn(SlotOf(hObject).nWord.load(std::memory_order_relaxed)) == hObject;
 }
 
-bool WaitTable::IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread)
+// For threads that end with a mutex, which are few: that a thread notes which ones it has would cost every lock more.
+void WaitTable::AbandonMutexesOf(std::uint32_t nThread)
 {
-    const std::uint64_t nWord = SlotOf(hMutex).nWord.load(std::memory_order_relaxed);
-    return HandleIn(nWord) == hMutex && (StateIn(nWord) & MUTEX_OWNER) == nThread;
-}
+    std::uint32_t nUsed = 0;
+    {
+        const std::lock_guard oGuard(s_oTableLock);
+        nUsed = s_nUsed;
+    }
+    for (std::uint32_t i = 0; i < nUsed; ++i)
+    {
+        Slot& oSlot = SlotAt(i);
+        if (oSlot.nKind.load(std::memory_order_relaxed) != eKind::Mutex)
+            continue;
 
-void WaitTable::AbandonMutex(std::uint32_t hMutex, std::uint32_t nThread)
-{
-    FreeMutex(hMutex, nThread, MUTEX_ABANDONED);
+        const std::uint32_t hMutex = HandleIn(oSlot.nWord.load(std::memory_order_relaxed));
+        if (hMutex == 0 || !IsMutexOf(hMutex, nThread))
+            continue;
+        oSlot.nMore.store(0, std::memory_order_relaxed);
+        FreeMutex(hMutex, MUTEX_ABANDONED);
+    }
 }
 
 void WaitTable::BeginThread(std::uint32_t hThread, std::uint32_t nNumber)
@@ -892,7 +909,12 @@ void WaitTable::AfterForkInChild(std::uint32_t nOldNumber, std::uint32_t nNewNum
 
         const eKind nKind = oSlot.nKind.load(std::memory_order_relaxed);
         if (nKind == eKind::Mutex && (nState & MUTEX_OWNER) != 0)
-            nState = (nState & MUTEX_OWNER) == nOldNumber ? nNewNumber : MUTEX_ABANDONED;
+        {
+            const bool bOwn = (nState & MUTEX_OWNER) == nOldNumber;
+            nState = bOwn ? nNewNumber : MUTEX_ABANDONED;
+            if (!bOwn)
+                oSlot.nMore.store(0, std::memory_order_relaxed);
+        }
         else if (nKind == eKind::Thread)
             nState |= EVENT_SIGNALLED;
         oSlot.nWord.store(Pack(HandleIn(nWord), nState), std::memory_order_relaxed);

@@ -31,8 +31,7 @@ bool Close(std::uint32_t hObject);
 bool IsOpen(std::uint32_t hObject);
 
 // For the end of a thread.
-bool IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread);
-void AbandonMutex(std::uint32_t hMutex, std::uint32_t nThread);
+void AbandonMutexesOf(std::uint32_t nThread);
 void EndThread(std::uint32_t hThread, std::uint32_t nExitCode);
 
 // Threads: the kernel's number of a thread that runs, its level and its exit code.
