@@ -355,19 +355,6 @@ std::uint32_t System::ReadFile(int nFile, std::uint64_t nOffset, bool bThere, vo
     return FILE_Read(nFile, pTarget, 1, nCount);
 }
 
-int System::AdoptStream(std::FILE* pStream) noexcept
-{
-    if (pStream == nullptr)
-        return NO_FILE;
-
-    const int nFile = s_oTable.Reserve();
-    if (nFile == NO_FILE)
-        std::fclose(pStream);
-    else
-        s_oTable.Store(nFile, pStream);
-    return nFile;
-}
-
 std::FILE* System::GetStream(int nFile) noexcept
 {
     return s_oTable.Find(nFile);

@@ -16,5 +16,5 @@ public:
     static bool IsSupported();
 
 private:
-    unsigned long long m_nPrevious = 0;
+    [[maybe_unused]] unsigned long long m_nPrevious = 0;
 };

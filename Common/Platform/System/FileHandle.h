@@ -2,7 +2,7 @@
 
 /// @file
 /// What the library itself asks of a file handle beyond the FILE_ functions: 64-bit positions on every target, the
-/// length without moving, and handles for streams that were opened in another way.
+/// length without moving, and files that several handles share.
 ///
 /// Inside the library only; PlatformFile.cpp implements it. A handle that is not open fails, as everywhere.
 
@@ -31,11 +31,6 @@ int OpenShared(const char* pPath) noexcept;
 ///                A shared file has no position
 /// @return        how many bytes came
 std::uint32_t ReadFile(int nFile, std::uint64_t nOffset, bool bThere, void* pTarget, std::uint32_t nCount) noexcept;
-
-/// Gives a stream a handle, the lowest free one. The handle owns the stream from then on.
-///
-/// @return the handle; -1 when the stream is null or the table full, and then the stream is closed
-int AdoptStream(std::FILE* pStream) noexcept;
 
 /// The stream of a handle, null when it is not open. It stays the handle's.
 std::FILE* GetStream(int nFile) noexcept;
