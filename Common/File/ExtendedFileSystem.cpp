@@ -20,7 +20,7 @@ namespace
 constexpr const char* SOURCE_FILE = "Common/File/ExtendedFileSystem";
 
 // Positions and sizes of files are 32 bits wide.
-constexpr std::int64_t MAX_FILE_SIZE = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t MAX_FILE_SIZE = std::numeric_limits<std::uint32_t>::max();
 
 constexpr unsigned long ERROR_TOO_MANY_FILES = 4001;
 constexpr unsigned long ERROR_NOT_FOUND = 4002;
@@ -249,9 +249,10 @@ unsigned long CExtendedFileSystem::OpenFile(const char* pName)
     if (pName == nullptr)
         return 0;
 
+    // Thrown here, because names that are missing are an everyday matter and each call on the way out costs time.
     const unsigned long nHandle = SearchFile(pName);
     if (nHandle == 0)
-        ThrowException(ERROR_NOT_FOUND, __LINE__, SOURCE_FILE, "File not found.");
+        throw CXfsException(ERROR_NOT_FOUND, __LINE__, SOURCE_FILE, "File not found.");
     return nHandle;
 }
 
@@ -262,8 +263,8 @@ unsigned long CExtendedFileSystem::CreateFile(const char* pName)
 
     const CLockGuard oGuard(m_oLock);
     sFileInfo& oInfo = RequireFreeSlot();
-    std::int64_t nLength = 0;
-    const int nFile = System::OpenUnbuffered(pName, "wb", nLength);
+    System::sFileStatus oStatus;
+    const int nFile = System::OpenUnbuffered(pName, "wb", oStatus);
     if (nFile < 0)
         ThrowException(ERROR_CREATE, __LINE__, SOURCE_FILE, "Could not create file for writing.");
 
@@ -277,12 +278,12 @@ unsigned long CExtendedFileSystem::AppendFile(const char* pName)
 
     const CLockGuard oGuard(m_oLock);
     sFileInfo& oInfo = RequireFreeSlot();
-    std::int64_t nLength = 0;
-    const int nFile = System::OpenUnbuffered(pName, "ab", nLength);
+    System::sFileStatus oStatus;
+    const int nFile = System::OpenUnbuffered(pName, "ab", oStatus);
     if (nFile < 0)
         ThrowException(ERROR_APPEND, __LINE__, SOURCE_FILE, "Could not open file for appending.");
 
-    nLength = System::SeekFile(nFile, 0, SEEK_END) ? System::TellFile(nFile) : -1;
+    const std::int64_t nLength = System::SeekFile(nFile, 0, SEEK_END) ? System::TellFile(nFile) : -1;
     if (nLength < 0 || nLength > MAX_FILE_SIZE)
     {
         FILE_Close(nFile);
@@ -614,17 +615,17 @@ unsigned long CExtendedFileSystem::ArchiveFileOpen(const char* pPath)
 
 CExtendedFileSystem::ePlainFile CExtendedFileSystem::OpenPlainFile(const char* pPath, int& nFile, std::uint32_t& nSize)
 {
-    std::int64_t nLength = 0;
-    nFile = System::OpenUnbuffered(pPath, "rb", nLength);
+    System::sFileStatus oStatus;
+    nFile = System::OpenUnbuffered(pPath, "rb", oStatus);
     if (nFile < 0)
         return ePlainFile::Missing;
 
-    if (nLength < 0 || nLength > MAX_FILE_SIZE)
+    if (oStatus.nSize > MAX_FILE_SIZE)
     {
         FILE_Close(nFile);
-        return nLength < 0 ? ePlainFile::Missing : ePlainFile::TooLarge;
+        return oStatus.nSize == System::NO_SIZE ? ePlainFile::Missing : ePlainFile::TooLarge;
     }
-    nSize = static_cast<std::uint32_t>(nLength);
+    nSize = static_cast<std::uint32_t>(oStatus.nSize);
     return ePlainFile::Opened;
 }
 

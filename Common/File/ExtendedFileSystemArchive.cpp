@@ -99,30 +99,34 @@ void Require(eArchiveResult nResult, unsigned long nLine)
         Fail(ERROR_READ, nLine);
 }
 
+// How many bytes of a path stand before its last name.
+std::size_t GetDirectoryLength(std::string_view sPath)
+{
+    std::size_t nName = sPath.size() > 1 && sPath[1] == ':' ? 2 : 0;
+    for (std::size_t i = nName; i < sPath.size(); ++i)
+    {
+        if (sPath[i] == '/' || sPath[i] == '\\')
+            nName = i + 1;
+        else if (System::IsPathLeadByte(static_cast<unsigned char>(sPath[i])))
+            ++i;
+    }
+    return nName;
+}
+
 /// A path taken apart: what stands before the last name, that name without its extension, and the extension.
 struct sSplitPath
 {
     explicit sSplitPath(std::string_view sPath)
     {
-        std::size_t nName = sPath.size() > 1 && sPath[1] == ':' ? 2 : 0;
-        std::size_t nDot = std::string_view::npos;
+        const std::size_t nName = GetDirectoryLength(sPath);
+        std::size_t nDot = sPath.size();
         for (std::size_t i = nName; i < sPath.size(); ++i)
         {
             if (System::IsPathLeadByte(static_cast<unsigned char>(sPath[i])))
-            {
                 ++i;
-            }
-            else if (sPath[i] == '/' || sPath[i] == '\\')
-            {
-                nName = i + 1;
-                nDot = std::string_view::npos;
-            }
             else if (sPath[i] == '.')
-            {
                 nDot = i;
-            }
         }
-        nDot = std::min(nDot, sPath.size());
         m_sDirectory = sPath.substr(0, nName);
         m_sName = sPath.substr(nName, nDot - nName);
         m_sExtension = sPath.substr(nDot);
@@ -181,16 +185,12 @@ private:
     System::CDirectoryMark m_oMark;
 };
 
-/// A handle of FILE_Open() that closes itself.
+/// A handle of a file that closes itself.
 class CFileHandle
 {
 public:
-    CFileHandle(const char* pPath, const char* pMode) : m_nFile(FILE_Open(pPath, pMode))
-    {
-        // What is read and written here comes in large pieces: a buffer of the stream's own is only another copy.
-        if (IsOpened())
-            std::setvbuf(GetStream(), nullptr, _IONBF, 0);
-    }
+    // What is read and written here comes in large pieces: a buffer of the stream's own is only another copy.
+    CFileHandle(const char* pPath, const char* pMode) : m_nFile(System::OpenUnbuffered(pPath, pMode, m_oStatus)) {}
 
     ~CFileHandle() { Close(); }
 
@@ -201,11 +201,13 @@ public:
 
     int Get() const { return m_nFile; }
 
-    std::FILE* GetStream() const { return System::GetStream(m_nFile); }
+    /// What it was when it was opened.
+    const System::sFileStatus& GetStatus() const { return m_oStatus; }
 
     bool Close() { return m_nFile == NO_FILE || FILE_Close(std::exchange(m_nFile, NO_FILE)) == 1; }
 
 private:
+    System::sFileStatus m_oStatus{};
     int m_nFile;
 };
 
@@ -310,9 +312,8 @@ sArchiveInfo* CExtendedFileSystem::RegisterArchive(sArchiveInfo* pParent, const 
     std::string sName(pName);
     if (pParent == nullptr && sName.find('.') == std::string::npos)
         sName += ARCHIVE_EXTENSION;
-    const sSplitPath oPath(sName);
-    const std::string sStored = pParent != nullptr ? sName : oPath.m_sName + oPath.m_sExtension;
-    if (sArchiveInfo* pKnown = FindArchive(pParent, sStored.c_str()))
+    const char* const pStored = sName.c_str() + (pParent != nullptr ? 0 : GetDirectoryLength(sName));
+    if (sArchiveInfo* pKnown = FindArchive(pParent, pStored))
         return pKnown;
 
     CArchiveReader oReader;
@@ -350,7 +351,7 @@ sArchiveInfo* CExtendedFileSystem::RegisterArchive(sArchiveInfo* pParent, const 
 
     sArchiveInfo& oInfo = m_aArchives[nNode];
     sArchiveInfo& oParent = pParent != nullptr ? *pParent : m_oRootArchive;
-    STR_strncpy(oInfo.m_aName, sStored.c_str(), sizeof(oInfo.m_aName) - 1);
+    STR_strncpy(oInfo.m_aName, pStored, sizeof(oInfo.m_aName) - 1);
     oInfo.m_nBase = nBase;
     oInfo.m_oHeader = oHeader;
     oInfo.m_pEntries = m_pTables->back().get();
@@ -500,9 +501,9 @@ private:
     void WriteFile(sArchiveEntry& oEntry)
     {
         CFileHandle oFile(oEntry.m_aName, "rb");
-        System::sFileStatus oStatus;
-        if (!oFile.IsOpened() || !System::GetStatus(oFile.GetStream(), oStatus))
+        if (!oFile.IsOpened())
             Fail(ERROR_OPEN, __LINE__);
+        const System::sFileStatus& oStatus = oFile.GetStatus();
         if (oStatus.eKind != System::eFileKind::File || oStatus.IsSameFile(m_oArchive))
             Fail(ERROR_OPEN, __LINE__);
         if (m_nPosition + oStatus.nSize > MAXIMUM_ARCHIVE_SIZE)

@@ -309,13 +309,13 @@ int FILE_SetFileAttributes(const char* pPath, unsigned nAttributes)
     return System::SetAttributes(pPath, System::ToSystemAttributes(nAttributes)) ? 1 : 0;
 }
 
-int System::OpenUnbuffered(const char* pPath, const char* pMode, std::int64_t& nLength) noexcept
+int System::OpenUnbuffered(const char* pPath, const char* pMode, sFileStatus& oStatus) noexcept
 {
     const int nFile = s_oTable.Reserve();
     if (nFile == NO_FILE)
         return NO_FILE;
 
-    std::FILE* const pStream = OpenStream(pPath, pMode, {}, &nLength);
+    std::FILE* const pStream = OpenStream(pPath, pMode, {}, &oStatus);
     if (pStream == nullptr)
     {
         s_oTable.Release(nFile);

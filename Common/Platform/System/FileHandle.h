@@ -11,11 +11,13 @@
 
 namespace System
 {
+struct sFileStatus;
+
 /// FILE_Open() for who buffers by himself: what is read and written goes straight to the system.
 ///
-/// @param nLength  takes the length of the file; -1 when it has none
+/// @param oStatus  takes the status of the file, as from OpenStream()
 /// @return         the handle; -1 when the file does not open or the table is full
-int OpenUnbuffered(const char* pPath, const char* pMode, std::int64_t& nLength) noexcept;
+int OpenUnbuffered(const char* pPath, const char* pMode, sFileStatus& oStatus) noexcept;
 
 /// A handle for a file of which only parts are read, with ReadFile(): the cheap way for a file that is opened again and
 /// again. What is open already may be used once more, when it is what the path leads to at this moment.

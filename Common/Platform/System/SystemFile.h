@@ -23,6 +23,8 @@
 
 namespace System
 {
+struct sFileStatus;
+
 // ---------------------------------------------------------------- streams
 
 /// fopen with the rules for paths.
@@ -33,10 +35,11 @@ namespace System
 ///
 /// @param pMode    a mode string of fopen
 /// @param aBuffer  memory for the stream to buffer in, which must outlive it; empty lets the stream take its own
-/// @param pLength  takes the length of the file at that moment, which then costs no question of its own; may be null
+/// @param pStatus  takes the status of the file at that moment, which then costs no question of its own; may be null.
+///                 What has no status is eFileKind::Other of the size NO_SIZE
 /// @return         the stream, to be closed with fclose; null on failure
 std::FILE* OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer = {},
-                      std::int64_t* pLength = nullptr) noexcept;
+                      sFileStatus* pStatus = nullptr) noexcept;
 
 /// Makes a file in the current directory that no link leads anywhere else: an existing file, link or pipe of that name
 /// is removed first (a directory or a read-only file is refused), then a new file is made, never an old one opened.
@@ -136,6 +139,9 @@ enum class eFileKind : std::uint8_t
     Link, ///< only where links are not followed
     Other ///< device, pipe, socket
 };
+
+/// The size of what has none.
+constexpr std::uint64_t NO_SIZE = 0xFFFF'FFFF'FFFF'FFFF;
 
 /// What the system knows about a file. Two names lead to one file exactly when volume and index are equal.
 struct sFileStatus

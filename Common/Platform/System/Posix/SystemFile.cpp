@@ -365,6 +365,19 @@ int OpenNow(const char* pPath, int nFlags) noexcept
     return Retry([&] { return ::open(pPath, nCommon, NEW_FILE_MODE); }); // a lease of another process: wait for it
 }
 
+System::sFileStatus MakeStatus(const struct stat& oStat) noexcept
+{
+    System::sFileStatus oStatus{};
+    oStatus.eKind = S_ISREG(oStat.st_mode)   ? System::eFileKind::File
+                    : S_ISDIR(oStat.st_mode) ? System::eFileKind::Directory
+                    : S_ISLNK(oStat.st_mode) ? System::eFileKind::Link
+                                             : System::eFileKind::Other;
+    oStatus.nSize = S_ISREG(oStat.st_mode) ? static_cast<std::uint64_t>(oStat.st_size) : 0;
+    oStatus.nVolume = oStat.st_dev;
+    oStatus.nIndex = oStat.st_ino;
+    return oStatus;
+}
+
 // Asks for the status of an open descriptor and lets its calls wait; false when it is neither a file nor a device.
 bool PrepareDescriptor(int nDescriptor, struct stat& oStat) noexcept
 {
@@ -384,7 +397,7 @@ bool PrepareDescriptor(int nDescriptor, struct stat& oStat) noexcept
 
 // Makes a stream of an open descriptor, unless it is something else than a file or a device.
 std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<char> aBuffer = {},
-                      std::int64_t* pLength = nullptr) noexcept
+                      System::sFileStatus* pStatus = nullptr) noexcept
 {
     struct stat oStat;
     if (!PrepareDescriptor(oDescriptor.Get(), oStat))
@@ -395,8 +408,8 @@ std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<cha
         return nullptr;
 
     oDescriptor.Detach();
-    if (pLength != nullptr)
-        *pLength = oStat.st_size;
+    if (pStatus != nullptr)
+        *pStatus = MakeStatus(oStat);
     if (S_ISREG(oStat.st_mode) && !aBuffer.empty()) // a terminal gets a buffer of its own kind
         ::setvbuf(pStream, aBuffer.data(), _IOFBF, aBuffer.size());
     return pStream;
@@ -536,19 +549,6 @@ bool LetSharedFilesGo() noexcept
     return s_oSharedFiles.Clear();
 }
 
-System::sFileStatus MakeStatus(const struct stat& oStat) noexcept
-{
-    System::sFileStatus oStatus{};
-    oStatus.eKind = S_ISREG(oStat.st_mode)   ? System::eFileKind::File
-                    : S_ISDIR(oStat.st_mode) ? System::eFileKind::Directory
-                    : S_ISLNK(oStat.st_mode) ? System::eFileKind::Link
-                                             : System::eFileKind::Other;
-    oStatus.nSize = S_ISREG(oStat.st_mode) ? static_cast<std::uint64_t>(oStat.st_size) : 0;
-    oStatus.nVolume = oStat.st_dev;
-    oStatus.nIndex = oStat.st_ino;
-    return oStatus;
-}
-
 // Removes what is no directory and not read-only.
 int EraseWritable(const char* pPath) noexcept
 {
@@ -566,7 +566,7 @@ int EraseWritable(const char* pPath) noexcept
 } // namespace
 
 std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer,
-                              std::int64_t* pLength) noexcept
+                              sFileStatus* pStatus) noexcept
 {
     sOpenMode oMode;
     if (!oMode.Parse(pMode))
@@ -578,7 +578,7 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
     const eLastName eLast = (oMode.nFlags & O_CREAT) != 0 ? eLastName::AsItStands : eLastName::AnyCase;
     CDescriptor oDescriptor(
         CallWithPath(pPath, eLast, [&](const char* pExact) { return OpenNow(pExact, oMode.nFlags); }));
-    return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode, aBuffer, pLength) : nullptr;
+    return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode, aBuffer, pStatus) : nullptr;
 }
 
 std::FILE* System::CreateStreamHere(const char* pName) noexcept

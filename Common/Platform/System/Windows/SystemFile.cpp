@@ -131,7 +131,7 @@ constexpr unsigned char TYPE_DIRECTORY = 1;
 } // namespace
 
 std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer,
-                              std::int64_t* pLength) noexcept
+                              sFileStatus* pStatus) noexcept
 {
     if (pPath == nullptr || pMode == nullptr || std::strchr("rwa", pMode[0]) == nullptr || pMode[0] == '\0')
     {
@@ -150,8 +150,8 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
     }
     if (pStream != nullptr && !aBuffer.empty())
         std::setvbuf(pStream, aBuffer.data(), _IOFBF, aBuffer.size());
-    if (pStream != nullptr && pLength != nullptr)
-        *pLength = GetStreamLength(pStream);
+    if (pStream != nullptr && pStatus != nullptr && !GetStatus(pStream, *pStatus))
+        *pStatus = {eFileKind::Other, NO_SIZE, 0, 0};
     return pStream;
 }
 
