@@ -1,12 +1,8 @@
 #include <tests/support/MemoryLimit.h>
+#include <tests/support/Sanitizer.h>
 
-#if defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#        define WITH_SANITIZER // its own memory would fall under the limit
-#    endif
-#endif
-
-#if defined(_WIN32) || defined(WITH_SANITIZER)
+// The memory of a sanitizer would fall under the limit.
+#if defined(_WIN32) || defined(TEST_HAS_SANITIZER)
 
 CMemoryLimit::CMemoryLimit(std::size_t) {}
 

@@ -1,18 +1,10 @@
 #include <tests/support/NoMemory.h>
+#include <tests/support/Sanitizer.h>
 
 #include <cstdlib>
 #include <new>
 
-#if defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#        define COMMON_TEST_SANITIZED
-#    endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#    define COMMON_TEST_SANITIZED
-#endif
-
-#if defined(_WIN32) || defined(COMMON_TEST_SANITIZED)
+#if defined(_WIN32) || defined(TEST_HAS_SANITIZER)
 
 CNoMemory::CNoMemory() = default;
 
