@@ -139,6 +139,7 @@ int main(int nArguments, char** ppArguments)
     if (nArguments != 2 && !bAgain)
         return 2;
 
+    std::thread([] {}).join(); // the first thread of a process may bring helpers of a sanitizer along
     const int nThreads = CountThreads();
     const int nFiles = CountFiles();
     for (int i = 0; i < (bAgain ? 3 : 1); ++i)
