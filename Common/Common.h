@@ -43,9 +43,11 @@
 #include <Common/Profile/StlList.h>
 #include <Common/Profile/Timer.h>
 #include <Common/Profile/VQProfileAnalysedSample.h>
+#include <Common/Profile/VQProfileData.h>
 #include <Common/Profile/VQProfileRawSample.h>
 #include <Common/Profile/VQProfileSample.h>
 #include <Common/Profile/VQProfiler.h>
+#include <Common/Profile/VQProfilerOld.h>
 #include <Common/Profile/VQProfilerStatus.h>
 #include <Common/Profile/VQTimer.h>
 #include <Common/String/LexAnalyzer.h>
