@@ -24,8 +24,10 @@
 #include <Common/File/VQBitArray.h>
 #include <Common/File/VQBitStream.h>
 #include <Common/File/VQCompressor.h>
+#include <Common/File/VQDataFormat.h>
 #include <Common/File/VQDataStream.h>
 #include <Common/File/VQLzrwCompressor.h>
+#include <Common/File/VQVariableControllerBase.h>
 #include <Common/MailSlot/VQMailSlot.h>
 #include <Common/Platform/Platform.h>
 #include <Common/Platform/PlatformDirectory.h>
@@ -50,6 +52,11 @@
 #include <Common/Profile/VQProfilerOld.h>
 #include <Common/Profile/VQProfilerStatus.h>
 #include <Common/Profile/VQTimer.h>
+#include <Common/Property/VQParams.h>
+#include <Common/Property/VQProperty.h>
+#include <Common/Property/VQPropertyList.h>
+#include <Common/Property/VQPropertyManager.h>
+#include <Common/Property/VQPropertyStruct.h>
 #include <Common/String/LexAnalyzer.h>
 #include <Common/String/StringTokenizer.h>
 #include <Common/String/VQClassType.h>

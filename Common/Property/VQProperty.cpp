@@ -1,0 +1,717 @@
+#include <Common/Debug/Log.h>
+#include <Common/Debug/VQDataStreamException.h>
+#include <Common/Property/PropertyMap.h>
+#include <Common/Property/PropertyRecord.h>
+#include <Common/Property/PropertyText.h>
+#include <Common/Property/VQProperty.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+using PropertyRecord::CVersioned;
+using PropertyText::SArgument;
+
+namespace
+{
+constexpr const char* SOURCE_FILE = "Common/Property/VQProperty";
+constexpr unsigned long ERROR_TOO_DEEP = 5004;
+
+constexpr std::int32_t LOCALISED = -1; // in place of the length of a text: its number follows
+
+/// The codes of types in older files.
+enum eOldType : std::int32_t
+{
+    OLD_BOOL = 1, // in 4 bytes
+    OLD_INT = 2,
+    OLD_LONG = 3,
+    OLD_FLOAT = 4,
+    OLD_STRING = 5,
+    OLD_UNDEFINED = 255
+};
+
+std::int32_t TranslateOldType(std::int32_t nType)
+{
+    switch (nType)
+    {
+    case OLD_INT:
+        return PROPTYPE_INT;
+    case OLD_LONG:
+        return PROPTYPE_LONG;
+    case OLD_FLOAT:
+        return PROPTYPE_FLOAT;
+    case OLD_STRING:
+        return PROPTYPE_STRING;
+    case OLD_UNDEFINED:
+        return PROPTYPE_UNDEFINED;
+    default:
+        return nType;
+    }
+}
+
+void ReportUnknownType(int nLine)
+{
+    constexpr unsigned long ALL_OUTPUTS = LOG_DEBUGGER | LOG_FILE | LOG_NETWORK | LOG_MESSAGEBOX;
+
+    _VQ_Log_Fn(SOURCE_FILE, "Zembrolia", "", static_cast<unsigned long>(nLine), 0, ALL_OUTPUTS, ecCriticalError,
+               "CVQProperty::Serialize() : Unkown property type in serialize!");
+}
+
+std::int32_t PeekWord(const CVQDataStream& oStream)
+{
+    CVQDataStream::Iterator oAhead(oStream);
+    oAhead.Advance(oStream.GetStreamPosition());
+    std::int32_t nWord = 0;
+    oAhead.Get(&nWord, sizeof nWord);
+    return nWord;
+}
+} // namespace
+
+int CVQProperty::_m_nDataFormatVersion = 256;
+
+int CVQProperty::_GetDataFormatVersion() const
+{
+    return _m_nDataFormatVersion;
+}
+
+bool CVQProperty::CanSerialize() const
+{
+    return true;
+}
+
+CVQProperty::~CVQProperty() = default;
+
+void CVQProperty::Serialize(CVQDataStream& oStream)
+{
+    if (oStream.IsStoring())
+        Store(oStream, 1);
+    else
+        Load(oStream, 1);
+}
+
+CVQProperty::CVQProperty() noexcept : m_nType(PROPTYPE_UNDEFINED), m_nInteger(0), m_fFloat(0) {}
+
+CVQProperty::CVQProperty(int nValue) noexcept : m_nType(PROPTYPE_INT), m_nInteger(nValue), m_fFloat(0) {}
+
+CVQProperty::CVQProperty(unsigned long nValue) noexcept
+    : m_nType(PROPTYPE_ULONG), m_nInteger(static_cast<std::int32_t>(nValue)), m_fFloat(0)
+{
+}
+
+CVQProperty::CVQProperty(long nValue) noexcept
+    : m_nType(PROPTYPE_LONG), m_nInteger(static_cast<std::int32_t>(nValue)), m_fFloat(0)
+{
+}
+
+CVQProperty::CVQProperty(bool bValue) noexcept : m_nType(PROPTYPE_BOOL), m_nInteger(bValue ? 1 : 0), m_fFloat(0) {}
+
+CVQProperty::CVQProperty(float fValue) noexcept : m_nType(PROPTYPE_FLOAT), m_nInteger(0), m_fFloat(fValue) {}
+
+CVQProperty::CVQProperty(const CVQString& oValue) : CVQProperty()
+{
+    Set(oValue);
+}
+
+CVQProperty::CVQProperty(const char* pValue) : CVQProperty()
+{
+    Set(pValue);
+}
+
+CVQProperty::CVQProperty(const CVQStringId& oValue) : CVQProperty()
+{
+    Set(oValue);
+}
+
+CVQProperty::CVQProperty(const CVQPropertyStruct& oValue)
+    : m_nType(PROPTYPE_STRUCT), m_nInteger(0), m_fFloat(0), m_oStruct(oValue)
+{
+}
+
+CVQProperty::CVQProperty(const CVQPropertyList& oValue)
+    : m_nType(PROPTYPE_LIST), m_nInteger(0), m_fFloat(0), m_oList(oValue)
+{
+}
+
+CVQProperty::CVQProperty(const CVQProperty& oOther) : CVQProperty()
+{
+    *this = oOther;
+}
+
+CVQProperty::CVQProperty(CVQProperty&& oOther) noexcept
+    : m_nType(std::exchange(oOther.m_nType, PROPTYPE_UNDEFINED)), m_nInteger(std::exchange(oOther.m_nInteger, 0)),
+      m_fFloat(std::exchange(oOther.m_fFloat, 0.0F)), m_oString(std::move(oOther.m_oString)),
+      m_oStruct(std::move(oOther.m_oStruct)), m_oList(std::move(oOther.m_oList)), m_oFormat(std::move(oOther.m_oFormat))
+{
+}
+
+void CVQProperty::Set(int nValue) noexcept
+{
+    m_nType = PROPTYPE_INT;
+    m_nInteger = nValue;
+}
+
+void CVQProperty::Set(unsigned long nValue) noexcept
+{
+    m_nType = PROPTYPE_ULONG;
+    m_nInteger = static_cast<std::int32_t>(nValue);
+}
+
+void CVQProperty::Set(long nValue) noexcept
+{
+    m_nType = PROPTYPE_LONG;
+    m_nInteger = static_cast<std::int32_t>(nValue);
+}
+
+void CVQProperty::Set(bool bValue) noexcept
+{
+    m_nType = PROPTYPE_BOOL;
+    m_nInteger = bValue ? 1 : 0;
+}
+
+void CVQProperty::Set(float fValue) noexcept
+{
+    m_nType = PROPTYPE_FLOAT;
+    m_fFloat = fValue;
+}
+
+void CVQProperty::Set(const CVQString& oValue)
+{
+    const bool bLocalised = oValue.HasStringId() && oValue.IsIdenticalToStringResource();
+    m_oString = oValue;
+    m_nType = bLocalised ? PROPTYPE_STRINGID : PROPTYPE_STRING;
+    if (bLocalised)
+        m_nInteger = static_cast<std::int32_t>(m_oString.GetStringId());
+}
+
+void CVQProperty::Set(const char* pValue)
+{
+    Set(CVQString(pValue));
+}
+
+void CVQProperty::Set(const CVQStringId& oValue)
+{
+    SetLocalised(static_cast<std::int32_t>(oValue.GetId()));
+}
+
+void CVQProperty::Set(const CVQPropertyStruct& oValue)
+{
+    m_oStruct = oValue;
+    m_nType = PROPTYPE_STRUCT;
+}
+
+void CVQProperty::Set(const CVQPropertyList& oValue)
+{
+    m_oList = oValue;
+    m_nType = PROPTYPE_LIST;
+}
+
+const CVQProperty& CVQProperty::operator=(int nValue) noexcept
+{
+    Set(nValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(unsigned long nValue) noexcept
+{
+    Set(nValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(long nValue) noexcept
+{
+    Set(nValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(bool bValue) noexcept
+{
+    Set(bValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(float fValue) noexcept
+{
+    Set(fValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(const CVQString& oValue)
+{
+    Set(oValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(const char* pValue)
+{
+    Set(pValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(const CVQStringId& oValue)
+{
+    Set(oValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(const CVQPropertyStruct& oValue)
+{
+    Set(oValue);
+    return *this;
+}
+
+const CVQProperty& CVQProperty::operator=(const CVQPropertyList& oValue)
+{
+    Set(oValue);
+    return *this;
+}
+
+// The source may be an element of the own list or struct: its fields are read before those are replaced.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
+const CVQProperty& CVQProperty::operator=(const CVQProperty& oOther)
+{
+    switch (oOther.m_nType)
+    {
+    case PROPTYPE_ULONG:
+    case PROPTYPE_INT:
+    case PROPTYPE_LONG:
+        m_nType = oOther.m_nType;
+        m_nInteger = oOther.m_nInteger;
+        break;
+    case PROPTYPE_BOOL:
+        Set(oOther.m_nInteger != 0);
+        break;
+    case PROPTYPE_FLOAT:
+        Set(oOther.m_fFloat);
+        break;
+    case PROPTYPE_STRINGID:
+        SetLocalised(oOther.m_nInteger);
+        break;
+    case PROPTYPE_STRING:
+        Set(oOther.GetString());
+        break;
+    case PROPTYPE_STRUCT:
+        Set(oOther.m_oStruct);
+        break;
+    case PROPTYPE_LIST:
+        Set(oOther.m_oList);
+        break;
+    default:
+        m_nType = PROPTYPE_UNDEFINED;
+        break;
+    }
+    return *this;
+}
+
+const CVQString& CVQProperty::GetString() const
+{
+    if (m_nType == PROPTYPE_STRINGID && m_oString.IsEmpty())
+        ReloadString();
+    return m_oString;
+}
+
+CVQProperty::operator const CVQString&() const
+{
+    return GetString();
+}
+
+CVQProperty::operator CVQPath() const
+{
+    return CVQPath(GetString());
+}
+
+CVQStringId CVQProperty::GetStringId() const noexcept
+{
+    return CVQStringId(m_nInteger);
+}
+
+CVQProperty::operator CVQStringId() const noexcept
+{
+    return GetStringId();
+}
+
+void CVQProperty::SetFormat(const CVQString& oFormat)
+{
+    m_oFormat = oFormat;
+}
+
+CVQString CVQProperty::GetPropertyTypeName() const
+{
+    switch (m_nType)
+    {
+    case PROPTYPE_ULONG:
+        return "Unsigned Long";
+    case PROPTYPE_STRINGID:
+        return "String id";
+    case PROPTYPE_LIST:
+        return m_oList.GetPropertyTypeName();
+    case PROPTYPE_BOOL:
+        return "Boolean";
+    case PROPTYPE_STRUCT:
+        return m_oStruct.GetStructureName();
+    case PROPTYPE_FLOAT:
+        return "Float";
+    case PROPTYPE_INT:
+        return "Integer";
+    case PROPTYPE_LONG:
+        return "Long";
+    case PROPTYPE_STRING:
+        return "String";
+    default:
+        return "Undefined porperty type";
+    }
+}
+
+CVQString CVQProperty::AsFormattedString() const
+{
+    const bool bFormat = !m_oFormat.IsEmpty();
+    switch (m_nType)
+    {
+    case PROPTYPE_ULONG:
+    case PROPTYPE_INT:
+    case PROPTYPE_LONG:
+        if (bFormat)
+            return PropertyText::Format(m_oFormat, std::array{SArgument::Integer(m_nInteger)});
+        return CVQString(sctFormat, "%d", static_cast<int>(m_nInteger));
+    case PROPTYPE_STRING:
+    case PROPTYPE_STRINGID:
+        return bFormat ? PropertyText::FormatWords(m_oFormat, GetString()) : GetString();
+    case PROPTYPE_BOOL:
+        if (bFormat)
+            return PropertyText::Format(m_oFormat, std::array{SArgument::Integer(m_nInteger != 0 ? 1 : 0)});
+        return m_nInteger != 0 ? "true" : "false";
+    case PROPTYPE_FLOAT:
+        if (bFormat)
+            return PropertyText::Format(m_oFormat, std::array{SArgument::Float(m_fFloat)});
+        return CVQString(sctFormat, "%.2f", static_cast<double>(m_fFloat));
+    case PROPTYPE_LIST:
+        return m_oList.AsFormattedString();
+    case PROPTYPE_STRUCT:
+        return m_oStruct.AsFormattedString();
+    default:
+        return "Unkown Property Type";
+    }
+}
+
+void CVQProperty::Empty() noexcept
+{
+    Reset();
+    m_nType = PROPTYPE_UNDEFINED;
+}
+
+bool CVQProperty::Read(CFileIO* pFile)
+{
+    return pFile != nullptr && Read(*pFile, 1) == EResult::Done;
+}
+
+bool CVQProperty::Write(CFileIO* pFile) const
+{
+    return pFile != nullptr && !IsDeeperThan(PropertyRecord::MAX_DEPTH) && Write(*pFile);
+}
+
+void CVQProperty::Reset() noexcept
+{
+    m_nInteger = 0;
+    m_fFloat = 0;
+    m_oStruct.RemoveAllStructElements();
+    m_oList.RemoveAllListElements();
+    m_oString.Empty();
+}
+
+void CVQProperty::ReloadString() const
+{
+    m_oString.LoadStringResource(m_nInteger);
+}
+
+/// Becomes a localised text. Without a hook to load it the text stays empty, and GetString() tries again.
+void CVQProperty::SetLocalised(std::int32_t nId)
+{
+    m_oString.Empty();
+    m_nType = PROPTYPE_STRINGID;
+    m_nInteger = nId;
+    ReloadString();
+}
+
+void CVQProperty::StoreAll(const std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth)
+{
+    PropertyRecord::Put(oStream, static_cast<std::uint32_t>(aProperties.size()));
+    for (const CVQProperty& oProperty : aProperties)
+        oProperty.StoreVersioned(oStream, nDepth);
+}
+
+void CVQProperty::LoadAll(std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth)
+{
+    const std::size_t nCount = PropertyRecord::GetCount(oStream, GetLeastSize());
+    if (nCount < aProperties.size())
+        aProperties.resize(nCount);
+
+    std::size_t nRead = 0;
+    try
+    {
+        for (; nRead < nCount; ++nRead)
+        {
+            if (nRead == aProperties.size())
+                aProperties.emplace_back();
+            aProperties[nRead].LoadVersioned(oStream, nDepth);
+        }
+    }
+    catch (...)
+    {
+        aProperties.resize(nRead);
+        throw;
+    }
+}
+
+std::uint64_t CVQProperty::GetLeastSize()
+{
+    const bool bVersion = _m_nDataFormatVersion != PropertyRecord::NO_VERSION;
+    return (bVersion ? PropertyRecord::WORD_SIZE : 0) + 2 * PropertyRecord::WORD_SIZE; // type, length of the format
+}
+
+void CVQProperty::StoreVersioned(CVQDataStream& oStream, unsigned nDepth) const
+{
+    const CVersioned oVersioned(oStream, _m_nDataFormatVersion);
+    Store(oStream, nDepth);
+}
+
+void CVQProperty::LoadVersioned(CVQDataStream& oStream, unsigned nDepth)
+{
+    const CVersioned oVersioned(oStream, _m_nDataFormatVersion);
+    Load(oStream, nDepth);
+}
+
+void CVQProperty::Store(CVQDataStream& oStream, unsigned nDepth) const
+{
+    if (nDepth > PropertyRecord::MAX_DEPTH)
+        ThrowTooDeep();
+
+    PropertyRecord::Put(oStream, static_cast<std::int32_t>(m_nType));
+    switch (m_nType)
+    {
+    case PROPTYPE_ULONG:
+    case PROPTYPE_INT:
+    case PROPTYPE_LONG:
+    case PROPTYPE_STRINGID:
+        PropertyRecord::Put(oStream, m_nInteger);
+        break;
+    case PROPTYPE_BOOL:
+        PropertyRecord::Put(oStream, static_cast<std::uint8_t>(m_nInteger != 0 ? 1 : 0));
+        break;
+    case PROPTYPE_FLOAT:
+        PropertyRecord::Put(oStream, m_fFloat);
+        break;
+    case PROPTYPE_STRING:
+        WriteStreamString(oStream, GetString());
+        break;
+    case PROPTYPE_LIST:
+    {
+        const CVersioned oVersioned(oStream, CVQPropertyList::GetDataFormatVersion());
+        m_oList.Store(oStream, nDepth + 1);
+        break;
+    }
+    case PROPTYPE_STRUCT:
+    {
+        const CVersioned oVersioned(oStream, CVQPropertyStruct::GetDataFormatVersion());
+        m_oStruct.Store(oStream, nDepth + 1);
+        break;
+    }
+    default:
+        ReportUnknownType(__LINE__);
+        break;
+    }
+    WriteStreamString(oStream, m_oFormat);
+}
+
+void CVQProperty::Load(CVQDataStream& oStream, unsigned nDepth)
+{
+    if (nDepth > PropertyRecord::MAX_DEPTH)
+        ThrowTooDeep();
+
+    const auto nType = PropertyRecord::Get<std::int32_t>(oStream);
+    switch (nType)
+    {
+    case PROPTYPE_ULONG:
+    case PROPTYPE_INT:
+    case PROPTYPE_LONG:
+        m_nInteger = PropertyRecord::Get<std::int32_t>(oStream);
+        m_nType = static_cast<ePropType>(nType);
+        break;
+    case PROPTYPE_BOOL:
+        Set(PropertyRecord::Get<std::uint8_t>(oStream) != 0);
+        break;
+    case PROPTYPE_FLOAT:
+        Set(PropertyRecord::Get<float>(oStream));
+        break;
+    case PROPTYPE_STRINGID:
+        SetLocalised(PropertyRecord::Get<std::int32_t>(oStream));
+        break;
+    case PROPTYPE_STRING:
+        LoadString(oStream);
+        break;
+    case PROPTYPE_LIST:
+    {
+        CVQPropertyList oList;
+        {
+            const CVersioned oVersioned(oStream, CVQPropertyList::GetDataFormatVersion());
+            oList.Load(oStream, nDepth + 1);
+        }
+        m_oList.TakeOver(oList);
+        m_nType = PROPTYPE_LIST;
+        break;
+    }
+    case PROPTYPE_STRUCT:
+    {
+        CVQPropertyStruct oStruct;
+        {
+            const CVersioned oVersioned(oStream, CVQPropertyStruct::GetDataFormatVersion());
+            oStruct.Load(oStream, nDepth + 1);
+        }
+        m_oStruct.TakeOver(oStruct);
+        m_nType = PROPTYPE_STRUCT;
+        break;
+    }
+    default:
+        m_nType = nType >= 0 && nType <= 0xFF ? static_cast<ePropType>(nType) : PROPTYPE_UNDEFINED;
+        ReportUnknownType(__LINE__);
+        break;
+    }
+    ReadStreamString(oStream, m_oFormat);
+}
+
+/// A number in place of the text makes a string id of the property, whether that text can be loaded now or not.
+void CVQProperty::LoadString(CVQDataStream& oStream)
+{
+    if (PeekWord(oStream) == LOCALISED)
+    {
+        const auto aWords = PropertyRecord::Get<std::array<std::int32_t, 2>>(oStream);
+        SetLocalised(aWords[1]);
+        return;
+    }
+
+    CVQString oText;
+    ReadStreamString(oStream, oText);
+    PropertyRecord::TakeOver(m_oString, oText);
+    m_nType = PROPTYPE_STRING;
+}
+
+CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
+{
+    if (nDepth > PropertyRecord::MAX_DEPTH)
+        return EResult::TooDeep;
+
+    std::int32_t nStored = 0;
+    if (!PropertyRecord::Read(oFile, nStored))
+        return EResult::Failed;
+
+    const std::int32_t nType = TranslateOldType(nStored);
+    switch (nType)
+    {
+    case OLD_BOOL:
+    case PROPTYPE_ULONG:
+    case PROPTYPE_INT:
+    case PROPTYPE_LONG:
+    case PROPTYPE_STRINGID:
+    {
+        std::int32_t nValue = 0;
+        if (!PropertyRecord::Read(oFile, nValue))
+            return EResult::Failed;
+
+        if (nType == OLD_BOOL)
+            Set(nValue != 0);
+        else if (nType == PROPTYPE_STRINGID)
+            SetLocalised(nValue);
+        else
+        {
+            m_nType = static_cast<ePropType>(nType);
+            m_nInteger = nValue;
+        }
+        return EResult::Done;
+    }
+    case PROPTYPE_BOOL:
+        return ReadAndSet<bool>(oFile);
+    case PROPTYPE_FLOAT:
+        return ReadAndSet<float>(oFile);
+    case PROPTYPE_STRING:
+        return ReadAndSet<CVQString>(oFile);
+    case PROPTYPE_LIST:
+    {
+        CVQPropertyList oList;
+        if (!oList.Read(oFile, nDepth + 1))
+            return EResult::TooDeep;
+
+        m_oList.TakeOver(oList);
+        m_nType = PROPTYPE_LIST;
+        return EResult::Done;
+    }
+    case PROPTYPE_STRUCT:
+    {
+        CVQPropertyStruct oStruct;
+        if (!oStruct.Read(oFile, nDepth + 1))
+            return EResult::TooDeep;
+
+        m_oStruct.TakeOver(oStruct);
+        m_nType = PROPTYPE_STRUCT;
+        return EResult::Done;
+    }
+    case PROPTYPE_UNDEFINED:
+        m_nType = PROPTYPE_UNDEFINED;
+        return EResult::Done;
+    default:
+        return EResult::Done;
+    }
+}
+
+template <class TValue>
+CVQProperty::EResult CVQProperty::ReadAndSet(CFileIO& oFile)
+{
+    TValue oValue{};
+    if (!PropertyRecord::Read(oFile, oValue))
+        return EResult::Failed;
+
+    Set(oValue);
+    return EResult::Done;
+}
+
+bool CVQProperty::Write(CFileIO& oFile) const
+{
+    if (!oFile.Write(static_cast<int>(m_nType)))
+        return false;
+
+    switch (m_nType)
+    {
+    case PROPTYPE_ULONG:
+    case PROPTYPE_INT:
+    case PROPTYPE_LONG:
+    case PROPTYPE_STRINGID:
+        return oFile.Write(static_cast<int>(m_nInteger));
+    case PROPTYPE_BOOL:
+        return oFile.Write(m_nInteger != 0);
+    case PROPTYPE_FLOAT:
+        return oFile.Write(m_fFloat);
+    case PROPTYPE_STRING:
+        return oFile.Write(GetString());
+    case PROPTYPE_LIST:
+        return m_oList.Write(oFile);
+    case PROPTYPE_STRUCT:
+        return m_oStruct.Write(oFile);
+    default:
+        return true;
+    }
+}
+
+bool CVQProperty::IsDeeperThan(unsigned nLevels) const
+{
+    if (nLevels == 0)
+        return true;
+    return (m_nType == PROPTYPE_LIST && m_oList.IsDeeperThan(nLevels - 1)) ||
+           (m_nType == PROPTYPE_STRUCT && m_oStruct.IsDeeperThan(nLevels - 1));
+}
+
+void CVQProperty::ThrowTooDeep()
+{
+    ThrowException(ERROR_TOO_DEEP, __LINE__, SOURCE_FILE, "Objects are nested too deeply.");
+}
+
+void CVQProperty::ThrowException(unsigned long nCode, unsigned long nLine, const char* pFile, const char* pMessage)
+{
+    throw CVQDataStreamException(nCode, nLine, pFile, pMessage);
+}
