@@ -13,7 +13,8 @@ using EKind = SArgument::EKind;
 namespace
 {
 constexpr int MAX_TEXT = 1023;     // bytes, as CVQString::Format() has room for
-constexpr std::size_t ROOM = 1200; // for one conversion: the digits of the largest float, a precision of MAX_TEXT
+constexpr int MAX_NUMBER = 1100;   // a larger width or precision shows no more
+constexpr std::size_t ROOM = 1200; // for one conversion: the digits of the largest float, and MAX_NUMBER
 
 bool Has(std::string_view sSet, char cWanted)
 {
@@ -51,7 +52,7 @@ public:
     {
         int nNumber = 0;
         for (const char cDigit : TakeAll("0123456789"))
-            nNumber = std::min(nNumber * 10 + (cDigit - '0'), MAX_TEXT);
+            nNumber = std::min(nNumber * 10 + (cDigit - '0'), MAX_NUMBER);
         return nNumber;
     }
 

@@ -89,6 +89,11 @@ void CVQProperty::Serialize(CVQDataStream& oStream)
         Load(oStream, 1);
 }
 
+int CVQProperty::GetDataFormatVersion()
+{
+    return _m_nDataFormatVersion;
+}
+
 CVQProperty::CVQProperty() noexcept : m_nType(PROPTYPE_UNDEFINED), m_nInteger(0), m_fFloat(0) {}
 
 CVQProperty::CVQProperty(int nValue) noexcept : m_nType(PROPTYPE_INT), m_nInteger(nValue), m_fFloat(0) {}

@@ -78,6 +78,9 @@ public:
     ///                                 A value that was not read whole leaves the property as it was
     virtual void Serialize(CVQDataStream& oStream);
 
+    /// The version of the data format: 256.
+    static int GetDataFormatVersion();
+
     /// An undefined property; all slots are empty.
     CVQProperty() noexcept;
     /// A property of the type of the argument: see Set().
