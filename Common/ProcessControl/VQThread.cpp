@@ -4,9 +4,14 @@
 #include <Common/Platform/System/SystemSync.h>
 #include <Common/Platform/System/SystemThread.h>
 
+#include <typeinfo>
+
 namespace
 {
 constexpr unsigned long RESTART_TIME_OUT = 10'000;
+
+// Longest time that a thread waits for the first derived class of its object.
+constexpr unsigned CONSTRUCTION_MILLISECONDS = 10'000;
 
 constexpr std::uint32_t EXIT_CODE_DONE = 0;
 constexpr std::uint32_t EXIT_CODE_REFUSED = 0xFFFFFFFF;
@@ -154,7 +159,14 @@ unsigned long CVQThread::ThreadProcess(unsigned long nThread)
 std::uint32_t CVQThread::RunObject(std::uintptr_t nThread)
 {
     auto* pThread = reinterpret_cast<CVQThread*>(nThread);
-    if (pThread == nullptr || !pThread->InitInstance())
+    if (pThread == nullptr)
+        return EXIT_CODE_REFUSED;
+
+    // Started by the constructor the thread may be here before there is a derived class with a Run().
+    for (unsigned i = 0; i < CONSTRUCTION_MILLISECONDS && typeid(*pThread) == typeid(CVQThread); ++i)
+        System::SleepFor(1);
+
+    if (!pThread->InitInstance())
         return EXIT_CODE_REFUSED;
 
     pThread->Run();

@@ -47,8 +47,9 @@ class COMMON_API CVQThread
 public:
     /// Makes an object without a thread.
     ///
-    /// @param bStart  also starts the thread, with the user parameter 0 and normal priority. It may then run before the
-    ///                constructors of the derived classes have: only for classes that see to that.
+    /// @param bStart  also starts the thread, with the user parameter 0 and normal priority. It waits until the
+    ///                constructor of the class that derives from this one has begun, and may run before that one's
+    ///                members are there: only for classes whose Run() sees to that.
     CVQThread(bool bStart = false);
 
     /// Refers to the thread of another object.

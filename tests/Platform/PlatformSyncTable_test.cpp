@@ -421,6 +421,8 @@ TEST(IsolatedPlatformSyncTable, FailedCreationsAreReported)
     CIdleThread oThread;
     EXPECT_FALSE(oThread.Start(1, eThreadPriorityNormal));
     EXPECT_FALSE(oThread.IsRunning());
+    EXPECT_FALSE(oThread.IsStopPending());
+    EXPECT_EQ(oThread.GetUserParam(), 1u);
 
     const CTestDirectory oDirectory;
     HOOK_SetMessageBox(&AnswerBox);

@@ -152,6 +152,43 @@ TEST(PlatformSync, AbandonedMutexCountsAsLockedAndIsTakenAllTheSame)
     EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
 }
 
+TEST(PlatformSync, AbandonedMutexIsNoTimeOut)
+{
+    void* hMutex = SYNC_CreateMutex(false, nullptr);
+    for (const auto fnWait : {&SYNC_TimedWaitEvent, &SYNC_TryLockSemaphore})
+    {
+        EXPECT_EQ(OnOtherThread([&] { return SYNC_LockMutex(hMutex); }), GOT);
+        EXPECT_TRUE(fnWait(hMutex, 0));
+        EXPECT_NE(SYNC_UnlockMutex(hMutex), 0);
+    }
+    EXPECT_TRUE(SYNC_DestroyMutex(hMutex));
+}
+
+TEST(PlatformSync, OwnerCountsOnlyWhatItStillOwns)
+{
+    // Mutexes that were closed while somebody owned them change nothing for the others.
+    void* hKept = SYNC_CreateMutex(false, nullptr);
+    void* hClosedByOwner = SYNC_CreateMutex(false, nullptr);
+    void* hClosedByOther = SYNC_CreateMutex(false, nullptr);
+    EXPECT_EQ(OnOtherThread(
+                  [&]
+                  {
+                      SYNC_LockMutex(hClosedByOther);
+                      std::thread([&] { SYNC_DestroyMutex(hClosedByOther); }).join();
+                      SYNC_LockMutex(hClosedByOwner);
+                      SYNC_LockMutex(hClosedByOwner);
+                      SYNC_DestroyMutex(hClosedByOwner);
+                      SYNC_LockMutex(hKept);
+                      SYNC_LockMutex(hKept);
+                      return SYNC_LockMutex(hKept);
+                  }),
+              GOT);
+    EXPECT_EQ(SYNC_LockMutex(hKept), ABANDONED);
+    EXPECT_NE(SYNC_UnlockMutex(hKept), 0);
+    EXPECT_EQ(SYNC_UnlockMutex(hKept), 0);
+    EXPECT_TRUE(SYNC_DestroyMutex(hKept));
+}
+
 TEST(PlatformSync, WaiterGetsTheMutexWhenItsOwnerEnds)
 {
     void* hMutex = SYNC_CreateMutex(false, nullptr);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstring>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -95,6 +97,24 @@ TEST(VQMutex, CopySharesTheHandleAndItsEnd)
     const CVQMutex oOther;
     oMutex = oOther;
     EXPECT_EQ(oMutex.GetHandle(), oOther.GetHandle());
+}
+
+TEST(VQMutex, HandleComesFirstAndTheReservedWordIsCopied)
+{
+    CVQMutex oMutex;
+    std::uint32_t aWords[2] = {};
+    unsigned char* const pWords = reinterpret_cast<unsigned char*>(&oMutex) + sizeof(void*);
+    std::memcpy(aWords, pWords, sizeof aWords);
+    EXPECT_EQ(aWords[0], oMutex.GetHandle());
+
+    aWords[1] = 0x12345678;
+    std::memcpy(pWords, aWords, sizeof aWords);
+    const CVQMutex oCopy(oMutex);
+    CVQMutex oAssigned;
+    SYNC_DestroyMutex(reinterpret_cast<void*>(static_cast<std::uintptr_t>(oAssigned.GetHandle())));
+    oAssigned = oMutex;
+    for (const CVQMutex* pCopy : {&oCopy, const_cast<const CVQMutex*>(&oAssigned)})
+        EXPECT_EQ(std::memcmp(reinterpret_cast<const unsigned char*>(pCopy) + sizeof(void*), aWords, sizeof aWords), 0);
 }
 
 TEST(VQMutex, LetsOneThreadInAtATime)

@@ -1,11 +1,16 @@
 #include <Common/ProcessControl/VQSemaphore.h>
 
+#include <Common/Platform/PlatformHooks.h>
+
 #include <tests/support/SyncChild.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <climits>
+#include <cstdint>
+#include <cstring>
+#include <string>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -56,6 +61,32 @@ TEST(VQSemaphore, CountsThatFitNoSemaphoreFail)
         EXPECT_EQ(oFailed.Unlock(1), 0);
         oFailed.Lock();
     }
+}
+
+TEST(VQSemaphore, ReservedWordComesFirstAndIsCopied)
+{
+    CVQSemaphore oSemaphore(0, 1);
+    std::uint32_t aWords[2] = {};
+    unsigned char* const pWords = reinterpret_cast<unsigned char*>(&oSemaphore) + sizeof(void*);
+    std::memcpy(aWords, pWords, sizeof aWords);
+    EXPECT_EQ(SYNC_UnlockSemaphore(reinterpret_cast<void*>(static_cast<std::uintptr_t>(aWords[1])), 1), 0);
+    EXPECT_TRUE(oSemaphore.TryLock(0)) << "the second word is the handle";
+
+    aWords[0] = 0x12345678;
+    std::memcpy(pWords, aWords, sizeof aWords);
+    const CVQSemaphore oCopy(oSemaphore);
+    EXPECT_EQ(std::memcmp(reinterpret_cast<const unsigned char*>(&oCopy) + sizeof(void*), aWords, sizeof aWords), 0);
+}
+
+TEST(VQSemaphore, FailedCreationIsNotReported)
+{
+    static std::string s_sOutput;
+    s_sOutput.clear();
+    HOOK_SetDebuggerOutput([](const char* pText) { s_sOutput += pText; });
+    const CVQSemaphore oFailed(2, 1);
+    HOOK_SetDebuggerOutput(nullptr);
+    EXPECT_EQ(oFailed.Unlock(1), 0);
+    EXPECT_EQ(s_sOutput, "");
 }
 
 TEST(VQSemaphore, NegativeTimeOutHasNoLimit)

@@ -169,6 +169,45 @@ TEST(VQThread, RefusedInitInstanceEndsTheThread)
     EXPECT_EQ(oThread.Notes(), "InitInstance;");
 }
 
+TEST(VQThread, ConstructorStartsTheThreadWhenAsked)
+{
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the object is made while its thread looks at it, which ThreadSanitizer tells";
+#elif defined(__has_feature)
+#    if __has_feature(thread_sanitizer)
+    GTEST_SKIP() << "the object is made while its thread looks at it, which ThreadSanitizer tells";
+#    endif
+#endif
+
+    static std::atomic<int> s_nRuns;
+    s_nRuns = 0;
+
+    class CEager : public CVQThread
+    {
+    public:
+        explicit CEager(bool bStart) : CVQThread(bStart) {}
+
+        unsigned long Run() override
+        {
+            ++s_nRuns;
+            return 0;
+        }
+    };
+
+    for (int i = 1; i <= 50; ++i)
+    {
+        CEager oThread(true);
+        EXPECT_TRUE(oThread.IsRunning());
+        EXPECT_EQ(oThread.GetUserParam(), 0u);
+        EXPECT_EQ(oThread.GetPriority(), eThreadPriorityNormal);
+        WaitForEnd(oThread);
+        EXPECT_EQ(oThread.GetExitCode(), 0u);
+        EXPECT_EQ(s_nRuns, i);
+    }
+    const CEager oIdle(false);
+    EXPECT_FALSE(oIdle.IsRunning());
+}
+
 TEST(VQThread, IsRunningStaysTrueAfterTheEnd)
 {
     CNotingThread oThread;

@@ -18,20 +18,31 @@ class OpenedSections
 public:
     void Add(const void* pStorage)
     {
-        AcquireSRWLockExclusive(&m_oLock);
+        const Lock oLock(m_oLock);
         m_oAddresses.insert(pStorage);
-        ReleaseSRWLockExclusive(&m_oLock);
     }
 
     bool Remove(const void* pStorage)
     {
-        AcquireSRWLockExclusive(&m_oLock);
-        const bool bFound = m_oAddresses.erase(pStorage) != 0;
-        ReleaseSRWLockExclusive(&m_oLock);
-        return bFound;
+        const Lock oLock(m_oLock);
+        return m_oAddresses.erase(pStorage) != 0;
     }
 
 private:
+    class Lock
+    {
+    public:
+        explicit Lock(SRWLOCK& oLock) : m_oLock(oLock) { AcquireSRWLockExclusive(&m_oLock); }
+
+        ~Lock() { ReleaseSRWLockExclusive(&m_oLock); }
+
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+
+    private:
+        SRWLOCK& m_oLock;
+    };
+
     SRWLOCK m_oLock = SRWLOCK_INIT;
     std::unordered_set<const void*> m_oAddresses;
 };
@@ -112,7 +123,14 @@ bool System::CloseWaitable(void* hObject)
 void System::OpenCriticalSection(void* pStorage)
 {
     InitializeCriticalSection(static_cast<CRITICAL_SECTION*>(pStorage));
-    Opened().Add(pStorage);
+    try
+    {
+        Opened().Add(pStorage);
+    }
+    catch (const std::bad_alloc&)
+    {
+        // It works, and is never deleted: its end leaves what the system holds for it.
+    }
 }
 
 void System::CopyCriticalStorage(void* pStorage, const void* pOther)
