@@ -1446,7 +1446,7 @@ TEST(IsolatedArchiveExtraction, BringsBackFilesOfEverySize)
     const CTestDirectory oDirectory;
     std::map<std::string, std::string> oTree;
     std::uint32_t nRandom = 1;
-    for (const std::size_t nSize : {0u, 1u, 31u, 4095u, 4096u, 4097u, 1048575u, 1048576u, 1048577u, 3500000u})
+    for (const std::size_t nSize : {0u, 1u, 31u, 4095u, 4096u, 4097u, 65535u, 65536u, 65537u, 1048576u, 3500000u})
     {
         std::string sBytes(nSize, '\0');
         for (char& cByte : sBytes)
