@@ -723,10 +723,16 @@ private:
             m_oFiles.Notify(EVENT_FILE_EXTRACTED, m_pRecord->GetArgument(), 0);
         }
 
-        RequireNewName(oEntry.m_aName, oMade);
-        std::unique_ptr<std::FILE, sCloseStream> pFile(System::CreateStreamHere(oEntry.m_aName));
+        // Most names are new; only of one that is there it is asked whether it was made here.
         System::sFileStatus oStatus;
-        if (pFile == nullptr || !System::GetStatus(pFile.get(), oStatus))
+        std::unique_ptr<std::FILE, sCloseStream> pFile(
+            System::CreateStreamHere(oEntry.m_aName, System::eOldFile::Keep, &oStatus));
+        if (pFile == nullptr)
+        {
+            RequireNewName(oEntry.m_aName, oMade);
+            pFile.reset(System::CreateStreamHere(oEntry.m_aName, System::eOldFile::Replace, &oStatus));
+        }
+        if (pFile == nullptr)
             Fail(ERROR_CREATE, __LINE__);
         oMade.Add(oStatus);
         std::setvbuf(pFile.get(), nullptr, _IONBF, 0);

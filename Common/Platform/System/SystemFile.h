@@ -41,12 +41,19 @@ struct sFileStatus;
 std::FILE* OpenStream(const char* pPath, const char* pMode, std::span<char> aBuffer = {},
                       sFileStatus* pStatus = nullptr) noexcept;
 
-/// Makes a file in the current directory that no link leads anywhere else: an existing file, link or pipe of that name
-/// is removed first (a directory or a read-only file is refused), then a new file is made, never an old one opened.
+/// What CreateStreamHere() does with what has the name already.
+enum class eOldFile : std::uint8_t
+{
+    Keep,   ///< nothing is made then
+    Replace ///< a file, link or pipe is removed first; a directory or a read-only file is refused
+};
+
+/// Makes a file in the current directory that no link leads anywhere else: a new one is made, never an old one opened.
 ///
-/// @param pName  a plain name, see IsPlainName()
-/// @return       the stream, open for binary writing; null on failure
-std::FILE* CreateStreamHere(const char* pName) noexcept;
+/// @param pName    a plain name, see IsPlainName()
+/// @param pStatus  as for OpenStream()
+/// @return         the stream, open for binary writing; null on failure
+std::FILE* CreateStreamHere(const char* pName, eOldFile eOld, sFileStatus* pStatus = nullptr) noexcept;
 
 /// ftell with 64 bits; -1 on failure.
 std::int64_t TellStream(std::FILE* pStream) noexcept;

@@ -282,7 +282,7 @@ TEST(SystemFile, MakesAFileThatNoLinkLeadsAway)
     const CTestDirectory oDirectory;
     oDirectory.Write("old", "a longer old text");
     {
-        const CStream pStream(System::CreateStreamHere("old"));
+        const CStream pStream(System::CreateStreamHere("old", System::eOldFile::Replace));
         ASSERT_NE(pStream, nullptr);
         std::fputs("new\n", pStream.get());
     }
@@ -292,9 +292,32 @@ TEST(SystemFile, MakesAFileThatNoLinkLeadsAway)
     oDirectory.SetReadOnly("locked", true);
     oDirectory.MakeDirectory("dir");
     for (const char* pName : {"locked", "dir", "", ".", "..", "a/b", "a\\b", "dir/x"})
-        EXPECT_EQ(CStream(System::CreateStreamHere(pName)), nullptr) << pName;
-    EXPECT_EQ(System::CreateStreamHere(nullptr), nullptr);
+        EXPECT_EQ(CStream(System::CreateStreamHere(pName, System::eOldFile::Replace)), nullptr) << pName;
+    EXPECT_EQ(System::CreateStreamHere(nullptr, System::eOldFile::Replace), nullptr);
     EXPECT_EQ(oDirectory.Read("locked"), "x");
+}
+
+TEST(SystemFile, KeepsWhatHasTheNameWhenToldTo)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("old", "keep");
+    oDirectory.MakeDirectory("dir");
+    for (const char* pName : {"old", "dir", "", "..", "dir/x"})
+        EXPECT_EQ(CStream(System::CreateStreamHere(pName, System::eOldFile::Keep)), nullptr) << pName;
+    EXPECT_EQ(oDirectory.Read("old"), "keep");
+
+    System::sFileStatus oStatus;
+    {
+        const CStream pStream(System::CreateStreamHere("new", System::eOldFile::Keep, &oStatus));
+        ASSERT_NE(pStream, nullptr);
+        std::fputs("new", pStream.get());
+    }
+    EXPECT_EQ(oDirectory.Read("new"), "new");
+    EXPECT_EQ(oStatus.eKind, System::eFileKind::File);
+    EXPECT_EQ(oStatus.nSize, 0u);
+    System::sFileStatus oLater;
+    ASSERT_TRUE(System::GetStatus("new", oLater));
+    EXPECT_TRUE(oStatus.IsSameFile(oLater));
 }
 
 TEST(SystemFile, ReplacesLinksAndPipes)
@@ -312,7 +335,7 @@ TEST(SystemFile, ReplacesLinksAndPipes)
     ASSERT_TRUE(System::ChangeDirectory("in"));
     for (const char* pName : {"link", "broken", "folder", "hard", "pipe"})
     {
-        const CStream pStream(System::CreateStreamHere(pName));
+        const CStream pStream(System::CreateStreamHere(pName, System::eOldFile::Replace));
         ASSERT_NE(pStream, nullptr) << pName;
         std::fputs("new", pStream.get());
     }

@@ -581,7 +581,7 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
     return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode, aBuffer, pStatus) : nullptr;
 }
 
-std::FILE* System::CreateStreamHere(const char* pName) noexcept
+std::FILE* System::CreateStreamHere(const char* pName, eOldFile eOld, sFileStatus* pStatus) noexcept
 {
     if (!IsPlainName(pName))
     {
@@ -594,8 +594,8 @@ std::FILE* System::CreateStreamHere(const char* pName) noexcept
     {
         CDescriptor oDescriptor(OpenNow(pName, O_WRONLY | O_CREAT | O_EXCL));
         if (oDescriptor.Get() != -1)
-            return MakeStream(oDescriptor, "w");
-        if (errno != EEXIST || (EraseWritable(pName) != 0 && errno != ENOENT))
+            return MakeStream(oDescriptor, "w", {}, pStatus);
+        if (errno != EEXIST || eOld == eOldFile::Keep || (EraseWritable(pName) != 0 && errno != ENOENT))
             return nullptr;
     }
     return nullptr;

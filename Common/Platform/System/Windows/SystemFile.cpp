@@ -155,7 +155,7 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
     return pStream;
 }
 
-std::FILE* System::CreateStreamHere(const char* pName) noexcept
+std::FILE* System::CreateStreamHere(const char* pName, eOldFile eOld, sFileStatus* pStatus) noexcept
 {
     if (!IsPlainName(pName))
     {
@@ -165,10 +165,10 @@ std::FILE* System::CreateStreamHere(const char* pName) noexcept
 
     for (int nTry = 0; nTry < 3; ++nTry)
     {
-        std::FILE* const pStream = OpenStream(pName, "wbx");
+        std::FILE* const pStream = OpenStream(pName, "wbx", {}, pStatus);
         if (pStream != nullptr)
             return pStream;
-        if (errno != EEXIST || (::_unlink(pName) != 0 && errno != ENOENT))
+        if (errno != EEXIST || eOld == eOldFile::Keep || (::_unlink(pName) != 0 && errno != ENOENT))
             return nullptr;
     }
     return nullptr;
