@@ -136,11 +136,6 @@ void* MakeSemaphore(int nCount, int nMaximum, const char* pName)
     return ToHandle(WaitTable::AddSemaphore(nUnits, nMost));
 }
 
-bool UnlockMutex(void* hMutex)
-{
-    return WaitTable::UnlockMutex(ToNumber(hMutex));
-}
-
 bool SetEventSignal(void* hEvent)
 {
     return WaitTable::SetEvent(ToNumber(hEvent));
@@ -159,11 +154,6 @@ bool UnlockSemaphore(void* hSemaphore, int nCount, int& nPrevious)
 
     nPrevious = static_cast<int>(nBefore);
     return true;
-}
-
-unsigned WaitFor(void* hObject, unsigned nMilliseconds)
-{
-    return WaitTable::Wait(ToNumber(hObject), nMilliseconds);
 }
 
 bool CloseWaitable(void* hObject)

@@ -81,11 +81,12 @@ void ThreadRecord::AbandonAll()
     while (m_nNamed > 0)
         m_ppNamed[--m_nNamed]->AbandonMutex(m_nNumber);
 
-    if (m_nMutexes != 0)
-    {
-        m_nMutexes = 0;
+    if (m_hMutex != 0)
+        WaitTable::AbandonMutex(m_hMutex, m_nNumber);
+    if (m_bMoreMutexes)
         WaitTable::AbandonMutexesOf(m_nNumber);
-    }
+    m_hMutex = 0;
+    m_bMoreMutexes = false;
 }
 
 // Comes in two rounds, so that the other libraries' destructors had their turn before the thread counts as ended.

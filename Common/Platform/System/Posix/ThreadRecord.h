@@ -24,13 +24,24 @@ public:
     // The system's number of the thread, above 0; no two living threads have the same.
     std::uint32_t Number() const { return m_nNumber; }
 
-    // The thread owns one unnamed mutex more, or less. Which ones they are the table tells; those that somebody else
-    // closed are counted on.
-    void AddMutex() { ++m_nMutexes; }
+    // The thread owns an unnamed mutex more, or less. One is noted; which ones there are beside it the table tells. A
+    // count would be shorter, but each lock would wait for the one before it to have counted.
+    void AddMutex(std::uint32_t hMutex)
+    {
+        if (m_hMutex == 0) [[likely]]
+            m_hMutex = hMutex;
+        else
+            m_bMoreMutexes = true;
+    }
 
-    void RemoveMutex() { --m_nMutexes; }
+    void RemoveMutex(std::uint32_t hMutex)
+    {
+        if (m_hMutex == hMutex) [[likely]]
+            m_hMutex = 0;
+    }
 
-    bool HasMutexes() const { return m_nMutexes != 0; }
+    // False when the thread certainly owns none.
+    bool MayHaveMutexes() const { return m_hMutex != 0 || m_bMoreMutexes; }
 
     // Makes room for one more named mutex; false when there is no memory.
     bool Reserve() { return m_nNamed < m_nCapacity || Grow(); }
@@ -68,11 +79,12 @@ private:
     void AbandonAll();
 
     std::uint32_t m_nNumber = 0;
-    std::uint32_t m_nMutexes = 0;
+    std::uint32_t m_hMutex = 0;
     std::uint32_t m_nNamed = 0;
     std::uint32_t m_nCapacity = FIRST_CAPACITY;
     std::uint32_t m_hThread = 0;
     std::uint32_t m_nExitCode = 0;
+    bool m_bMoreMutexes = false;
     bool m_bEnding = false;
     NamedObject** m_ppNamed = nullptr; // m_aFirst, or a block of the heap
     NamedObject* m_aFirst[FIRST_CAPACITY] = {};

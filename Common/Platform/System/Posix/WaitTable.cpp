@@ -128,6 +128,12 @@ bool IsPossible(std::uint32_t hObject)
     return hObject > INDEX_MASK && hObject <= 0x7FFFFFFF;
 }
 
+bool IsPossible(const void* hObject)
+{
+    const auto nValue = reinterpret_cast<std::uintptr_t>(hObject);
+    return nValue > INDEX_MASK && nValue <= 0x7FFFFFFF;
+}
+
 bool IsKind(std::uint32_t hObject, eKind nKind)
 {
     return IsPossible(hObject) && SlotOf(hObject).nKind.load(std::memory_order_relaxed) == nKind;
@@ -418,7 +424,7 @@ bool IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread)
     Slot& oSlot = SlotOf(hMutex);
     if (IsMutexOf(hMutex, oThread.Number()))
     {
-        if (oThread.HasMutexes())
+        if (oThread.MayHaveMutexes())
         {
             oSlot.nMore.store(oSlot.nMore.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
             return WAIT_RESULT_SIGNALLED;
@@ -426,7 +432,7 @@ bool IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread)
 
         // Locked so late in the end of a thread that nobody abandoned it; its number came again with this thread.
         oSlot.nMore.store(0, std::memory_order_relaxed);
-        oThread.AddMutex();
+        oThread.AddMutex(hMutex);
         return WAIT_RESULT_ABANDONED;
     }
 
@@ -436,7 +442,7 @@ bool IsMutexOf(std::uint32_t hMutex, std::uint32_t nThread)
                               [&] { return TryMutex(oSlot, hMutex, oThread.Number()); });
 
     if (nResult == WAIT_RESULT_SIGNALLED || nResult == WAIT_RESULT_ABANDONED)
-        oThread.AddMutex();
+        oThread.AddMutex(hMutex);
     return nResult;
 }
 
@@ -497,7 +503,7 @@ void FreeMutex(std::uint32_t hMutex, std::uint32_t nLeft)
         oSlot.nMore.store(nMore - 1, std::memory_order_relaxed);
         return true;
     }
-    oThread.RemoveMutex();
+    oThread.RemoveMutex(hMutex);
     FreeMutex(hMutex, 0);
     return true;
 }
@@ -631,6 +637,50 @@ private:
 } // namespace
 
 // ---------------------------------------------------------------------------------------------------------------------
+// What a lock costs: in one piece, and others are called only in the end
+// ---------------------------------------------------------------------------------------------------------------------
+
+unsigned WaitFor(void* hWaitable, unsigned nMilliseconds)
+{
+    if (!IsPossible(hWaitable)) [[unlikely]]
+        return WAIT_RESULT_FAILED;
+
+    const auto hObject = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(hWaitable));
+    Slot& oSlot = SlotOf(hObject);
+    const eKind nKind = oSlot.nKind.load(std::memory_order_relaxed);
+    if (nKind != eKind::Mutex) [[unlikely]]
+        return WaitForOther(hObject, nKind, nMilliseconds);
+
+    // Free, and nobody waits: the usual case.
+    ThreadRecord& oThread = ThreadRecord::Raw();
+    std::uint64_t nFree = Pack(hObject, 0);
+    if (oThread.Number() == 0 || !SwapInProcess(oSlot.nWord, nFree, Pack(hObject, oThread.Number()))) [[unlikely]]
+        return WaitForTakenMutex(hObject, nMilliseconds);
+    oThread.AddMutex(hObject);
+    return WAIT_RESULT_SIGNALLED;
+}
+
+bool UnlockMutex(void* hWaitable)
+{
+    if (!IsPossible(hWaitable)) [[unlikely]]
+        return false;
+
+    const auto hMutex = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(hWaitable));
+    Slot& oSlot = SlotOf(hMutex);
+    if (oSlot.nKind.load(std::memory_order_relaxed) != eKind::Mutex) [[unlikely]]
+        return UnlockNamedMutex(hMutex);
+
+    // Locked once, and nobody waits: the usual case. A thread without a number owns nothing.
+    ThreadRecord& oThread = ThreadRecord::Raw();
+    std::uint64_t nWord = Pack(hMutex, oThread.Number());
+    if (oThread.Number() == 0 || oSlot.nMore.load(std::memory_order_relaxed) != 0 ||
+        !SwapInProcess(oSlot.nWord, nWord, Pack(hMutex, 0))) [[unlikely]]
+        return UnlockMutexSlowly(hMutex);
+    oThread.RemoveMutex(hMutex);
+    return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
 // The table
 // ---------------------------------------------------------------------------------------------------------------------
 
@@ -641,7 +691,7 @@ std::uint32_t WaitTable::AddMutex(bool bOwned)
         AddSlot(eKind::Mutex, bOwned ? oThread.Number() : 0,
                 [](Slot& oSlot, std::uint32_t) { oSlot.nMore.store(0, std::memory_order_relaxed); });
     if (bOwned && hMutex != 0)
-        oThread.AddMutex();
+        oThread.AddMutex(hMutex);
     return hMutex;
 }
 
@@ -670,42 +720,6 @@ std::uint32_t WaitTable::AddThread()
 std::uint32_t WaitTable::AddNamed(NamedObject* pNamed)
 {
     return AddSlot(eKind::Named, 0, [=](Slot& oSlot, std::uint32_t) { oSlot.pNamed = pNamed; });
-}
-
-// This and UnlockMutex() are in one piece, and call others only in the end, since they are what a lock costs.
-unsigned WaitTable::Wait(std::uint32_t hObject, std::uint32_t nMilliseconds)
-{
-    if (!IsPossible(hObject)) [[unlikely]]
-        return WAIT_RESULT_FAILED;
-
-    Slot& oSlot = SlotOf(hObject);
-    const eKind nKind = oSlot.nKind.load(std::memory_order_relaxed);
-    if (nKind != eKind::Mutex) [[unlikely]]
-        return WaitForOther(hObject, nKind, nMilliseconds);
-
-    // Free, and nobody waits: the usual case.
-    ThreadRecord& oThread = ThreadRecord::Raw();
-    std::uint64_t nFree = Pack(hObject, 0);
-    if (oThread.Number() == 0 || !SwapInProcess(oSlot.nWord, nFree, Pack(hObject, oThread.Number()))) [[unlikely]]
-        return WaitForTakenMutex(hObject, nMilliseconds);
-    oThread.AddMutex();
-    return WAIT_RESULT_SIGNALLED;
-}
-
-bool WaitTable::UnlockMutex(std::uint32_t hMutex)
-{
-    if (!IsKind(hMutex, eKind::Mutex)) [[unlikely]]
-        return UnlockNamedMutex(hMutex);
-
-    // Locked once, and nobody waits: the usual case. A thread without a number owns nothing.
-    Slot& oSlot = SlotOf(hMutex);
-    ThreadRecord& oThread = ThreadRecord::Raw();
-    std::uint64_t nWord = Pack(hMutex, oThread.Number());
-    if (oThread.Number() == 0 || oSlot.nMore.load(std::memory_order_relaxed) != 0 ||
-        !SwapInProcess(oSlot.nWord, nWord, Pack(hMutex, 0))) [[unlikely]]
-        return UnlockMutexSlowly(hMutex);
-    oThread.RemoveMutex();
-    return true;
 }
 
 bool WaitTable::SetEvent(std::uint32_t hEvent)
@@ -780,8 +794,8 @@ bool WaitTable::Close(std::uint32_t hObject)
         TellAll(TakeQueue(oSlot), Waiter::Failed);
     }
 
-    if (ThreadRecord& oThread = ThreadRecord::This(); nOwner == oThread.Number() && oThread.HasMutexes())
-        oThread.RemoveMutex();
+    if (ThreadRecord& oThread = ThreadRecord::This(); nOwner == oThread.Number())
+        oThread.RemoveMutex(hObject);
     ReturnSlot(hObject & INDEX_MASK);
     if (pNamed != nullptr)
         pNamed->CloseHandle(hObject);
@@ -793,7 +807,16 @@ bool WaitTable::IsOpen(std::uint32_t hObject)
     return IsPossible(hObject) && HandleIn(SlotOf(hObject).nWord.load(std::memory_order_relaxed)) == hObject;
 }
 
-// For threads that end with a mutex, which are few: that a thread notes which ones it has would cost every lock more.
+void WaitTable::AbandonMutex(std::uint32_t hMutex, std::uint32_t nThread)
+{
+    if (!IsMutexOf(hMutex, nThread))
+        return;
+
+    SlotOf(hMutex).nMore.store(0, std::memory_order_relaxed);
+    FreeMutex(hMutex, MUTEX_ABANDONED);
+}
+
+// For threads that had several mutexes at a time: that a thread notes each of them would cost every lock more.
 void WaitTable::AbandonMutexesOf(std::uint32_t nThread)
 {
     std::uint32_t nUsed = 0;
@@ -804,14 +827,9 @@ void WaitTable::AbandonMutexesOf(std::uint32_t nThread)
     for (std::uint32_t i = 0; i < nUsed; ++i)
     {
         Slot& oSlot = SlotAt(i);
-        if (oSlot.nKind.load(std::memory_order_relaxed) != eKind::Mutex)
-            continue;
-
-        const std::uint32_t hMutex = HandleIn(oSlot.nWord.load(std::memory_order_relaxed));
-        if (hMutex == 0 || !IsMutexOf(hMutex, nThread))
-            continue;
-        oSlot.nMore.store(0, std::memory_order_relaxed);
-        FreeMutex(hMutex, MUTEX_ABANDONED);
+        const std::uint32_t hObject = HandleIn(oSlot.nWord.load(std::memory_order_relaxed));
+        if (hObject != 0 && oSlot.nKind.load(std::memory_order_relaxed) == eKind::Mutex)
+            AbandonMutex(hObject, nThread);
     }
 }
 

@@ -22,8 +22,7 @@ std::uint32_t AddSemaphore(std::uint32_t nCount, std::uint32_t nMaximum);
 std::uint32_t AddThread();
 std::uint32_t AddNamed(NamedObject* pNamed); // takes a handle of it over
 
-unsigned Wait(std::uint32_t hObject, std::uint32_t nMilliseconds);
-bool UnlockMutex(std::uint32_t hMutex);
+// System::WaitFor() and System::UnlockMutex() are the table's own.
 bool SetEvent(std::uint32_t hEvent);
 bool ClearEvent(std::uint32_t hEvent);
 bool UnlockSemaphore(std::uint32_t hSemaphore, std::uint32_t nCount, std::uint32_t& nPrevious);
@@ -31,6 +30,7 @@ bool Close(std::uint32_t hObject);
 bool IsOpen(std::uint32_t hObject);
 
 // For the end of a thread.
+void AbandonMutex(std::uint32_t hMutex, std::uint32_t nThread);
 void AbandonMutexesOf(std::uint32_t nThread);
 void EndThread(std::uint32_t hThread, std::uint32_t nExitCode);
 
