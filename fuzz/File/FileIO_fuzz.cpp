@@ -48,7 +48,8 @@ void Call(CFileIO& oFile, unsigned char nOperation)
         break;
     case 4:
         bRead = oFile.ReadAscii(sText);
-        Require(sText.GetLength() <= static_cast<long>(oFile.GetSize()));
+        Require(sText.GetLength() <= static_cast<long>(oFile.GetSize()) ||
+                (!bRead && std::strcmp(~sText, "kept") == 0));
         break;
     case 5:
         bRead = oFile.ReadAscii(cCharacter, (nOperation & 0x08) != 0);

@@ -122,7 +122,7 @@ std::string Quoted(std::string_view sText)
 std::string FormatTime(const char* pFormat, std::chrono::system_clock::time_point oTime, bool bLocal)
 {
     const auto nMilliseconds = std::chrono::floor<std::chrono::milliseconds>(oTime.time_since_epoch()).count();
-    const std::time_t nSeconds = static_cast<std::time_t>(nMilliseconds / 1000);
+    const auto nSeconds = static_cast<std::time_t>(nMilliseconds / 1000);
     const std::tm* pTime = bLocal ? std::localtime(&nSeconds) : std::gmtime(&nSeconds);
     if (pTime == nullptr)
         return std::string();

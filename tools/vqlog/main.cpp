@@ -77,7 +77,7 @@ public:
     {
         if (!m_bValueIsHere && IsEmpty())
             throw CWrongUse(m_sOption + ": a value is missing");
-        const std::string sValue = m_bValueIsHere ? m_sValue : m_aRest[m_nNext++];
+        std::string sValue = m_bValueIsHere ? m_sValue : m_aRest[m_nNext++];
         if (sValue.empty())
             throw CWrongUse(m_sOption + ": an empty value");
         return sValue;

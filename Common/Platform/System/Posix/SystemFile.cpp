@@ -30,11 +30,9 @@ using System::CDirectoryStream;
 using System::CFileCacheGuard;
 using System::CListingPtr;
 using System::CSharedFile;
-using System::eListingTrust;
 using System::FindListing;
 using System::GetListing;
 using System::IsDotOrDotDot;
-using System::ReadEntry;
 using System::sFileStamps;
 
 constexpr mode_t ANY_WRITE = S_IWUSR | S_IWGRP | S_IWOTH;

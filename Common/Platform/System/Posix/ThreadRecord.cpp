@@ -64,11 +64,11 @@ bool ThreadRecord::Grow()
         return true;
 
     const std::uint32_t nCapacity = m_nCapacity * 2;
-    auto** ppMore = static_cast<NamedObject**>(std::malloc(nCapacity * sizeof(NamedObject*)));
+    auto** ppMore = static_cast<NamedObject**>(std::malloc(nCapacity * sizeof(void*)));
     if (ppMore == nullptr)
         return m_nNamed < m_nCapacity;
 
-    std::memcpy(ppMore, m_ppNamed, m_nNamed * sizeof(NamedObject*));
+    std::memcpy(ppMore, m_ppNamed, m_nNamed * sizeof(void*));
     if (m_ppNamed != m_aFirst)
         std::free(m_ppNamed);
     m_ppNamed = ppMore;
