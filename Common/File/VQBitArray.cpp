@@ -21,7 +21,7 @@ std::uint32_t RoomFor(std::int32_t nBytes) noexcept
 {
     const auto nNeeded = static_cast<std::uint32_t>(nBytes);
     const std::uint32_t nStep = std::max(std::bit_floor(nNeeded) / STEPS, SMALLEST_STEP);
-    return (nNeeded + nStep - 1) / nStep * nStep;
+    return (nNeeded + nStep - 1) & ~(nStep - 1); // a step is a power of two
 }
 } // namespace
 

@@ -4,6 +4,7 @@
 #include <Common/File/VQBitArray.h>
 #include <Common/String/VQString.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -49,7 +50,11 @@ public:
     }
 
     /// The position in bits.
-    int GetPos() const noexcept { return BITS * m_nByte + m_nBit; }
+    int GetPos() const noexcept
+    {
+        const std::int64_t nPosition = std::int64_t{BITS} * m_nByte + m_nBit;
+        return static_cast<int>(std::min<std::int64_t>(nPosition, MAX_POSITION)); // behind the very last bit
+    }
 
     /// Bits in use from the position on; negative when it is behind them.
     int GetNumBitsLeft() const noexcept { return GetNumBits() - GetPos(); }
@@ -66,7 +71,7 @@ public:
             GrowToByte(m_nByte);
 
         unsigned char& nByte = ByteAt(m_nByte);
-        nByte = static_cast<unsigned char>(nByte | (bValue ? HIGHEST >> m_nBit : 0U));
+        nByte = static_cast<unsigned char>(nByte | (bValue * HIGHEST) >> m_nBit); // no jump: bits cannot be guessed
         Advance();
     }
 
@@ -79,7 +84,14 @@ public:
     /// Reads a bit and moves on. The bits of the last byte can all be read, in use or not; behind it all are false.
     void Read(bool& bValue) noexcept
     {
-        bValue = m_nByte < GetSize() && (unsigned{ByteAt(m_nByte)} << m_nBit & HIGHEST) != 0;
+        if (m_nByte >= GetSize())
+        {
+            bValue = false;
+            SkipBit();
+            return;
+        }
+
+        bValue = (unsigned{ByteAt(m_nByte)} << m_nBit & HIGHEST) != 0;
         Advance();
     }
 
@@ -99,16 +111,17 @@ public:
 
 private:
     static constexpr unsigned HIGHEST = 0x80;
+    static constexpr std::int32_t MAX_POSITION = std::numeric_limits<std::int32_t>::max();
 
-    // The last position stays: the one behind it has no number.
+    // From a byte that is there; no jump, for the same reason.
     void Advance() noexcept
     {
-        if (GetPos() == std::numeric_limits<std::int32_t>::max())
-            return;
-
-        m_nByte += m_nBit == BITS - 1 ? 1 : 0;
-        m_nBit = (m_nBit + 1) % BITS;
+        const auto nNext = static_cast<std::uint32_t>(m_nBit) + 1;
+        m_nByte += static_cast<std::int32_t>(nNext / BITS);
+        m_nBit = static_cast<std::int32_t>(nNext % BITS);
     }
+
+    void SkipBit() noexcept;
 
     std::int32_t m_nByte;
     std::int32_t m_nBit; // 0 to 7, from the highest

@@ -53,12 +53,14 @@ CVQDataStream::CVQDataStream(int nMode)
     : m_pBlock(NewBlock(nullptr, true)), m_nCapacity(0), m_nSize(0), m_nMode(nMode), m_oIterator(*this),
       m_nVersion(NO_VERSION)
 {
+    Refresh();
 }
 
 CVQDataStream::CVQDataStream(unsigned long nSize, int nMode)
     : m_pBlock(NewBlock(AllocBytes(nSize), true)), m_nCapacity(static_cast<std::uint32_t>(nSize)),
       m_nSize((nMode & STORING) != 0 ? 0 : m_nCapacity), m_nMode(nMode), m_oIterator(*this), m_nVersion(NO_VERSION)
 {
+    Refresh();
 }
 
 CVQDataStream::CVQDataStream(const unsigned char* pData, unsigned long nSize, int nMode, bool bCopy)
@@ -66,12 +68,14 @@ CVQDataStream::CVQDataStream(const unsigned char* pData, unsigned long nSize, in
       m_nSize((nMode & STORING) != 0 && !bCopy ? 0 : m_nCapacity), m_nMode(nMode), m_oIterator(*this),
       m_nVersion(NO_VERSION)
 {
+    Refresh();
 }
 
 CVQDataStream::CVQDataStream(const CVQDataStream& oOther, int nMode)
-    : m_pBlock(Share(oOther)), m_nCapacity(oOther.m_nSize), m_nSize((nMode & STORING) != 0 ? 0 : oOther.m_nSize),
+    : m_pBlock(oOther.Share()), m_nCapacity(oOther.m_nSize), m_nSize((nMode & STORING) != 0 ? 0 : oOther.m_nSize),
       m_nMode(nMode), m_oIterator(*this), m_nVersion(NO_VERSION)
 {
+    Refresh();
 }
 
 CVQDataStream::~CVQDataStream()
@@ -84,9 +88,10 @@ CVQDataStream& CVQDataStream::operator=(const CVQDataStream& oOther)
     if (this == &oOther)
         return *this;
 
-    TakeBlock(Share(oOther));
+    TakeBlock(oOther.Share());
     m_nCapacity = oOther.m_nCapacity;
     m_nSize = oOther.m_nSize;
+    Refresh();
     m_oIterator = Begin();
     return *this;
 }
@@ -132,6 +137,7 @@ void CVQDataStream::Clear(const unsigned char* pData, unsigned long nSize, bool 
 {
     TakeBlock(NewBlock(pData, nSize, bCopy));
     m_nCapacity = pData != nullptr ? static_cast<std::uint32_t>(nSize) : 0;
+    Refresh();
     Clear();
 }
 
@@ -167,7 +173,17 @@ const void* CVQDataStream::MakeRoom(std::uint32_t nPosition, const void* pData, 
     const std::ptrdiff_t nInside = bOwnBytes ? pBytes - pOld : 0;
 
     GrowToAtLeast(nPosition + nSize);
+    Refresh();
     return bOwnBytes ? GetBuffer() + nInside : pData;
+}
+
+/// Sees to it that nSize bytes can be read at a position.
+void CVQDataStream::RequireData(std::uint32_t nPosition, unsigned long nSize) const
+{
+    if (nPosition > m_nCapacity || nSize > m_nCapacity - nPosition)
+        ThrowReadBehindEnd();
+    if (IsStoring())
+        ThrowReadWhileStoring();
 }
 
 /// Leaves the shared block for one of its own with the same data and room for nExtra bytes more.
@@ -176,10 +192,11 @@ void CVQDataStream::Detach(std::uint64_t nExtra)
     const std::uint64_t nSize = m_nSize + nExtra;
     SBlock* pOwn = NewBlock(AllocBytes(nSize), true);
     if (m_nSize != 0)
-        std::memcpy(pOwn->m_pData, m_pBlock->m_pData, m_nSize);
+        std::memcpy(pOwn->m_pData, m_pBytes, m_nSize);
 
     TakeBlock(pOwn);
     m_nCapacity = static_cast<std::uint32_t>(nSize);
+    Refresh();
 }
 
 /// Moves to a new block; what is behind the data is zero. The old block is freed whoever owned it.
@@ -187,10 +204,11 @@ void CVQDataStream::Reallocate(unsigned long nSize)
 {
     unsigned char* pData = AllocBytes(nSize);
     if (m_nSize != 0)
-        std::memcpy(pData, m_pBlock->m_pData, m_nSize);
+        std::memcpy(pData, m_pBytes, m_nSize);
 
     MEM_Free(std::exchange(m_pBlock->m_pData, pData));
     m_nCapacity = static_cast<std::uint32_t>(nSize);
+    Refresh();
 }
 
 void CVQDataStream::GrowToAtLeast(unsigned long nSize)
@@ -236,10 +254,11 @@ CVQDataStream::SBlock* CVQDataStream::NewBlock(const unsigned char* pData, unsig
     return NewBlock(pBytes, true);
 }
 
-CVQDataStream::SBlock* CVQDataStream::Share(const CVQDataStream& oOther) noexcept
+CVQDataStream::SBlock* CVQDataStream::Share() const noexcept
 {
-    ++oOther.m_pBlock->m_nReferences;
-    return oOther.m_pBlock;
+    ++m_pBlock->m_nReferences;
+    m_nWritable = 0;
+    return m_pBlock;
 }
 
 void CVQDataStream::Release(SBlock* pBlock) noexcept
@@ -255,6 +274,17 @@ void CVQDataStream::Release(SBlock* pBlock) noexcept
 void CVQDataStream::TakeBlock(SBlock* pBlock) noexcept
 {
     Release(std::exchange(m_pBlock, pBlock));
+}
+
+/// Works out anew what follows from block, capacity and mode.
+///
+/// Nobody else moves the bytes of this block: only a stream that does not share it does. And nobody else begins to
+/// share it unnoticed: a copy is made of this stream, or of one that shares it already.
+void CVQDataStream::Refresh() noexcept
+{
+    m_pBytes = m_pBlock->m_pData;
+    m_nReadable = IsStoring() ? 0 : m_nCapacity;
+    m_nWritable = IsStoring() && m_pBlock->m_nReferences == 1 ? m_nCapacity : 0;
 }
 
 void CVQDataStream::PushVersion(int nVersion)

@@ -180,10 +180,10 @@ public:
     }
 
     /// The start of the block, null when there is none. Valid until the stream is written.
-    const unsigned char* GetBuffer() const noexcept { return m_pBlock->m_pData; }
+    const unsigned char* GetBuffer() const noexcept { return m_pBytes; }
 
     /// The same for writing into it. A block that is shared is not copied: all that share it see what is written.
-    unsigned char* QueryBuffer() const noexcept { return m_pBlock->m_pData; }
+    unsigned char* QueryBuffer() const noexcept { return m_pBytes; }
 
     /// Does nothing: the counterpart of QueryBuffer().
     void ReleaseBuffer() const noexcept {}
@@ -242,32 +242,57 @@ private:
         bool m_bOwnsData;
     };
 
+    // The sizes of values are asked for first: most calls have one of them, and the compiler knows which.
     void Put(const void* pData, Iterator& oIterator, unsigned long nSize)
     {
+        if (nSize == sizeof(std::uint32_t))
+            PutValue<std::uint32_t>(pData, oIterator);
+        else if (nSize == sizeof(std::uint8_t))
+            PutValue<std::uint8_t>(pData, oIterator);
+        else
+            PutBytes(pData, oIterator, nSize);
+    }
+
+    template <class TValue>
+    void PutValue(const void* pData, Iterator& oIterator)
+    {
+        TValue nValue;
+        std::memcpy(&nValue, pData, sizeof(nValue)); // what is shown to no other function can stay in a register
+
+        const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + sizeof(nValue);
+        if (nEnd > m_nWritable)
+            MakeRoom(oIterator.m_nPosition, nullptr, sizeof(nValue));
+
+        if (nEnd > m_nSize)
+            m_nSize = static_cast<std::uint32_t>(nEnd);
+        std::memcpy(m_pBytes + oIterator.m_nPosition, &nValue, sizeof(nValue));
+    }
+
+    void PutBytes(const void* pData, Iterator& oIterator, unsigned long nSize)
+    {
         const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + nSize;
-        if (!IsStoring() || m_pBlock->m_nReferences != 1 || nEnd > m_nCapacity || nEnd < nSize)
+        if (nEnd > m_nWritable || nEnd < nSize)
             pData = MakeRoom(oIterator.m_nPosition, pData, nSize);
 
         if (nEnd > m_nSize)
             m_nSize = static_cast<std::uint32_t>(nEnd);
         if (nSize != 0)
-            std::memmove(m_pBlock->m_pData + oIterator.m_nPosition, pData, nSize);
+            std::memmove(m_pBytes + oIterator.m_nPosition, pData, nSize);
     }
 
     void Get(void* pData, Iterator& oIterator, unsigned long nSize)
     {
         const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + nSize;
-        if (nEnd > m_nCapacity || nEnd < nSize)
-            ThrowReadBehindEnd();
-        if (IsStoring())
-            ThrowReadWhileStoring();
+        if (nEnd > m_nReadable || nEnd < nSize)
+            RequireData(oIterator.m_nPosition, nSize);
 
         if (nSize != 0)
-            std::memcpy(pData, m_pBlock->m_pData + oIterator.m_nPosition, nSize);
+            std::memcpy(pData, m_pBytes + oIterator.m_nPosition, nSize);
     }
 
     Iterator Begin() noexcept;
     const void* MakeRoom(std::uint32_t nPosition, const void* pData, unsigned long nSize);
+    void RequireData(std::uint32_t nPosition, unsigned long nSize) const;
     void Detach(std::uint64_t nExtra);
     void Reallocate(unsigned long nSize);
     void GrowToAtLeast(unsigned long nSize);
@@ -275,9 +300,10 @@ private:
     static unsigned char* AllocBytes(std::uint64_t nSize);
     static SBlock* NewBlock(unsigned char* pData, bool bOwnsData);
     static SBlock* NewBlock(const unsigned char* pData, unsigned long nSize, bool bCopy);
-    static SBlock* Share(const CVQDataStream& oOther) noexcept;
+    SBlock* Share() const noexcept;
     static void Release(SBlock* pBlock) noexcept;
     void TakeBlock(SBlock* pBlock) noexcept;
+    void Refresh() noexcept;
 
     void PushVersion(int nVersion);
     int PopVersion() noexcept;
@@ -298,6 +324,11 @@ private:
     Iterator m_oIterator;
     std::int32_t m_nVersion;
     std::vector<std::int32_t> m_aVersions; // those of the objects around the one that is loaded
+
+    // What follows from the fields above, so that a value is read and written with few questions: see Refresh().
+    unsigned char* m_pBytes;           // the block
+    std::uint32_t m_nReadable;         // bytes that Get() delivers without asking
+    mutable std::uint32_t m_nWritable; // bytes that Put() writes over without asking; 0 for a block that is shared
 };
 
 inline void CVQDataStream::Iterator::Put(const void* pData, unsigned long nSize)
