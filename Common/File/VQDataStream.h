@@ -271,7 +271,7 @@ private:
     void PutBytes(const void* pData, Iterator& oIterator, unsigned long nSize)
     {
         const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + nSize;
-        if (nEnd > m_nWritable || nEnd < nSize)
+        if (nEnd > m_nWritable || nEnd < nSize || nSize == 0)
             pData = MakeRoom(oIterator.m_nPosition, pData, nSize);
 
         if (nEnd > m_nSize)
@@ -283,7 +283,7 @@ private:
     void Get(void* pData, Iterator& oIterator, unsigned long nSize)
     {
         const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + nSize;
-        if (nEnd > m_nReadable || nEnd < nSize)
+        if (nEnd > m_nReadable || nEnd < nSize || nSize == 0)
             RequireData(oIterator.m_nPosition, nSize);
 
         if (nSize != 0)

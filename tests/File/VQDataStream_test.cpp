@@ -684,6 +684,9 @@ TEST(VQDataStream, WritesAndReadsNothing)
     oStream.Put(nullptr, 0);
     EXPECT_EQ(oStream.GetSize(), 0U);
     ExpectThrow(5003, [] { CVQDataStream().Put(nullptr, 0); });
+    ExpectThrow(5002, [&] { oStream.Get(nullptr, 0); });
+    oStream.Advance(1);
+    ExpectThrow(5000, [&] { oStream.Get(nullptr, 0); });
 
     CVQDataStream oLoaded;
     oLoaded.Get(nullptr, 0);
