@@ -5,6 +5,7 @@
 #include <Common/Platform/PlatformHooks.h>
 #include <Common/Platform/PlatformString.h>
 #include <Common/Platform/PlatformSync.h>
+#include <Common/Platform/System/SystemFile.h>
 #include <Common/Platform/System/SystemProcess.h>
 #include <Common/Platform/System/SystemTime.h>
 #include <Common/ProcessControl/VQCriticalSection.h>
@@ -12,9 +13,12 @@
 
 #include <array>
 #include <atomic>
+#include <charconv>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 namespace
 {
@@ -53,7 +57,7 @@ int PrintV(const char* pFormat, std::va_list pArguments) COMMON_PRINTF_FORMAT(1,
 int PrintV(const char* pFormat, std::va_list pArguments)
 {
     char aText[DEBUG_TEXT_SIZE];
-    int nLength = STR_vsnprintf(aText, DEBUG_TEXT_SIZE - 1, pFormat, pArguments);
+    int nLength = STR_vsnprintf(aText, DEBUG_TEXT_SIZE - 1, OrEmpty(pFormat), pArguments);
     if (nLength < 0)
         nLength = DEBUG_TEXT_SIZE - 1;
     aText[nLength] = '\0';
@@ -102,17 +106,20 @@ private:
     CVQCriticalSection& m_oSection;
 };
 
-/// Keeps the log file of an application to this process, so that no line of two processes is torn.
+/// Keeps the log file of an application to this process, so that no line of two processes is torn. Where the system
+/// keeps the bytes of one write together by itself that is not needed.
 class CFileLock
 {
 public:
-    CFileLock(SChannel& oChannel, const char* pApplication)
+    CFileLock(SChannel& oChannel, const std::string& sApplication)
     {
-        if (oChannel.pFileMutex == nullptr || oChannel.sFileMutexName != pApplication)
+        if (System::AreAppendsWhole())
+            return;
+        if (oChannel.pFileMutex == nullptr || oChannel.sFileMutexName != sApplication)
         {
             if (oChannel.pFileMutex != nullptr)
                 SYNC_DestroyMutex(oChannel.pFileMutex);
-            oChannel.sFileMutexName = pApplication;
+            oChannel.sFileMutexName = sApplication;
             oChannel.pFileMutex = SYNC_CreateMutex(false, ("Common.Log." + oChannel.sFileMutexName).c_str());
         }
         m_pMutex = oChannel.pFileMutex;
@@ -130,42 +137,56 @@ public:
     CFileLock& operator=(const CFileLock&) = delete;
 
 private:
-    void* m_pMutex;
+    void* m_pMutex = nullptr;
 };
 
+/// A number as "%d" writes it.
+class CNumberText
+{
+public:
+    explicit CNumberText(std::uint32_t nNumber)
+    {
+        char* const pBegin = m_aText.data();
+        const auto oResult = std::to_chars(pBegin, pBegin + m_aText.size(), static_cast<std::int32_t>(nNumber));
+        m_nSize = static_cast<std::size_t>(oResult.ptr - pBegin);
+    }
+
+    std::string_view Get() const { return {m_aText.data(), m_nSize}; }
+
+private:
+    std::array<char, 11> m_aText;
+    std::size_t m_nSize;
+};
+
+/// What is told in the file and to the network; the texts are those of the call.
 struct SRecord
 {
-    std::array<char, System::COMPUTER_NAME_SIZE + 1> aComputer;
-    const char* pApplication;
+    std::string_view sComputer;
+    std::string_view sApplication;
     std::uint32_t nProcess;
     std::uint32_t nClass;
-    std::array<char, 12> aTicks;
-    const char* pContext;
-    const char* pSource;
+    CNumberText oTicks;
+    std::string_view sContext;
+    std::string_view sSource;
     std::uint32_t nLine;
-    std::array<char, MESSAGE_SIZE + 1> aMessage;
+    std::string_view sMessage;
 };
-
-std::string NumberText(std::uint32_t nNumber)
-{
-    return std::to_string(static_cast<std::int32_t>(nNumber));
-}
 
 std::string LineOf(const SRecord& oRecord)
 {
-    constexpr const char* SEPARATOR = " | ";
+    constexpr std::string_view SEPARATOR = " | ";
 
     std::string sLine;
     sLine.reserve(512);
-    sLine.append(oRecord.aComputer.data()).append(SEPARATOR);
-    sLine.append(oRecord.pApplication).append(SEPARATOR);
-    sLine.append(NumberText(oRecord.nProcess)).append(SEPARATOR);
-    sLine.append(NumberText(oRecord.nClass)).append(SEPARATOR);
-    sLine.append(oRecord.aTicks.data()).append(SEPARATOR);
-    sLine.append(oRecord.pContext).append(SEPARATOR);
-    sLine.append(oRecord.pSource).append(SEPARATOR);
-    sLine.append(NumberText(oRecord.nLine)).append(SEPARATOR);
-    sLine.append(oRecord.aMessage.data()).append("\r\n");
+    sLine.append(oRecord.sComputer).append(SEPARATOR);
+    sLine.append(oRecord.sApplication).append(SEPARATOR);
+    sLine.append(CNumberText(oRecord.nProcess).Get()).append(SEPARATOR);
+    sLine.append(CNumberText(oRecord.nClass).Get()).append(SEPARATOR);
+    sLine.append(oRecord.oTicks.Get()).append(SEPARATOR);
+    sLine.append(oRecord.sContext).append(SEPARATOR);
+    sLine.append(oRecord.sSource).append(SEPARATOR);
+    sLine.append(CNumberText(oRecord.nLine).Get()).append(SEPARATOR);
+    sLine.append(oRecord.sMessage).append("\r\n");
     return sLine;
 }
 
@@ -174,9 +195,10 @@ bool AppendToFile(SChannel& oChannel, const SRecord& oRecord)
     try
     {
         const std::string sLine = LineOf(oRecord);
-        const CFileLock oLock(oChannel, oRecord.pApplication);
+        const std::string sApplication(oRecord.sApplication);
+        const CFileLock oLock(oChannel, sApplication);
         CFileIO oFile;
-        oFile.Open((std::string(oRecord.pApplication) + ".log").c_str(), CFileIO::APPEND);
+        oFile.Open((sApplication + ".log").c_str(), CFileIO::APPEND);
         const bool bWritten = oFile.Write(sLine.data(), static_cast<unsigned long>(sLine.size())) && oFile.Flush();
         return oFile.Close() && bWritten;
     }
@@ -184,6 +206,14 @@ bool AppendToFile(SChannel& oChannel, const SRecord& oRecord)
     {
         return false;
     }
+}
+
+/// Adds a text as CVQMailSlot::Write(const CVQString&) does, without a string of its own.
+void WriteText(CVQMailSlot& oMailSlot, std::string_view sText)
+{
+    const auto nLength = static_cast<std::int32_t>(sText.size());
+    oMailSlot.Write(&nLength, sizeof nLength);
+    oMailSlot.Write(sText.data(), static_cast<unsigned long>(sText.size()));
 }
 
 bool SendToNetwork(CVQMailSlot& oMailSlot, const SRecord& oRecord)
@@ -194,15 +224,15 @@ bool SendToNetwork(CVQMailSlot& oMailSlot, const SRecord& oRecord)
             oMailSlot.Open(MAIL_SLOT_NAME, false);
 
         oMailSlot.BeginWrite();
-        oMailSlot.Write(CVQString(oRecord.aComputer.data()));
-        oMailSlot.Write(CVQString(oRecord.pApplication));
+        WriteText(oMailSlot, oRecord.sComputer);
+        WriteText(oMailSlot, oRecord.sApplication);
         oMailSlot.Write(&oRecord.nProcess, sizeof oRecord.nProcess);
         oMailSlot.Write(&oRecord.nClass, sizeof oRecord.nClass);
-        oMailSlot.Write(CVQString(oRecord.aTicks.data()));
-        oMailSlot.Write(CVQString(oRecord.pContext));
-        oMailSlot.Write(CVQString(oRecord.pSource));
+        WriteText(oMailSlot, oRecord.oTicks.Get());
+        WriteText(oMailSlot, oRecord.sContext);
+        WriteText(oMailSlot, oRecord.sSource);
         oMailSlot.Write(&oRecord.nLine, sizeof oRecord.nLine);
-        oMailSlot.Write(CVQString(oRecord.aMessage.data()));
+        WriteText(oMailSlot, oRecord.sMessage);
         oMailSlot.EndWrite();
         return true;
     }
@@ -220,36 +250,44 @@ bool _VQ_Log_Fn(const char* pSource, const char* pApplication, const char* pCont
         SChannel& oChannel = GetChannel();
         const CChannelLock oLock(oChannel);
 
-        SRecord oRecord;
-        System::ReadComputerName(oRecord.aComputer.data());
-        oRecord.pApplication = OrEmpty(pApplication);
-        oRecord.nProcess = static_cast<std::uint32_t>(oChannel.nProcess);
-        oRecord.nClass = static_cast<std::uint32_t>(nClass);
-        STR_sprintf(oRecord.aTicks.data(), "%d", static_cast<int>(System::ReadTickCount()));
-        oRecord.pContext = OrEmpty(pContext);
-        oRecord.pSource = OrEmpty(pSource);
-        oRecord.nLine = static_cast<std::uint32_t>(nLine);
+        // The file and the network tell the time of the call, not that after a hook of the debugger output.
+        const std::uint32_t nTicks = (nOutputs & (LOG_FILE | LOG_NETWORK)) != 0 ? System::ReadTickCount() : 0;
+        std::array<char, System::COMPUTER_NAME_SIZE + 1> aComputer;
+        const std::size_t nComputerSize = System::ReadComputerName(aComputer.data());
 
+        std::array<char, MESSAGE_SIZE + 1> aMessage;
         std::va_list pArguments;
         va_start(pArguments, pFormat);
-        STR_vsnprintf(oRecord.aMessage.data(), MESSAGE_SIZE, pFormat, pArguments);
+        STR_vsnprintf(aMessage.data(), MESSAGE_SIZE, OrEmpty(pFormat), pArguments);
         va_end(pArguments);
-        oRecord.aMessage.back() = '\0';
+        aMessage.back() = '\0';
 
         if ((nOutputs & LOG_DEBUGGER) != 0)
         {
-            Debug_Printf("%s", oRecord.aMessage.data());
+            Debug_Printf("%s", aMessage.data());
             Debug_Printf("\n");
         }
-        if ((nOutputs & LOG_FILE) != 0 && !AppendToFile(oChannel, oRecord))
-            HOOK_WriteDebugger(FILE_FAILED);
-        if ((nOutputs & LOG_NETWORK) != 0 && !SendToNetwork(oChannel.oMailSlot, oRecord))
+        if ((nOutputs & (LOG_FILE | LOG_NETWORK)) != 0)
         {
-            Debug_Printf("%s", MAIL_FAILED);
-            Debug_Printf("\n");
+            const SRecord oRecord = {.sComputer = {aComputer.data(), nComputerSize},
+                                     .sApplication = OrEmpty(pApplication),
+                                     .nProcess = static_cast<std::uint32_t>(oChannel.nProcess),
+                                     .nClass = static_cast<std::uint32_t>(nClass),
+                                     .oTicks = CNumberText(nTicks),
+                                     .sContext = OrEmpty(pContext),
+                                     .sSource = OrEmpty(pSource),
+                                     .nLine = static_cast<std::uint32_t>(nLine),
+                                     .sMessage = aMessage.data()};
+            if ((nOutputs & LOG_FILE) != 0 && !AppendToFile(oChannel, oRecord))
+                HOOK_WriteDebugger(FILE_FAILED);
+            if ((nOutputs & LOG_NETWORK) != 0 && !SendToNetwork(oChannel.oMailSlot, oRecord))
+            {
+                Debug_Printf("%s", MAIL_FAILED);
+                Debug_Printf("\n");
+            }
         }
         if ((nOutputs & LOG_MESSAGEBOX) != 0)
-            HOOK_ShowMessageBox(oRecord.aMessage.data(), TitleOf(nClass), mbkInformation);
+            HOOK_ShowMessageBox(aMessage.data(), TitleOf(nClass), mbkInformation);
     }
 
     // Outside of the lock: what runs at the end may wait for threads that report.

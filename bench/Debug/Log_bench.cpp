@@ -17,6 +17,7 @@
 #include <iterator>
 #include <string>
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -166,6 +167,39 @@ void Mail_Sendto(benchmark::State& oState)
     close(nReader);
 }
 
+/// One sendto of the record by UDP to this computer, as mail between computers goes.
+void Mail_SendtoUdp(benchmark::State& oState)
+{
+    const std::string sRecord = TakeRecord();
+    sockaddr_in oAddress = {};
+    oAddress.sin_family = AF_INET;
+    oAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int nReader = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const int nSender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    socklen_t nAddressSize = sizeof oAddress;
+    auto* pAddress = reinterpret_cast<sockaddr*>(&oAddress);
+    if (bind(nReader, pAddress, nAddressSize) != 0 || getsockname(nReader, pAddress, &nAddressSize) != 0)
+        oState.SkipWithError("cannot bind");
+
+    std::array<char, 512> aBytes;
+    int nWaiting = 0;
+    for (auto _ : oState)
+    {
+        if (sendto(nSender, sRecord.data(), sRecord.size(), 0, pAddress, nAddressSize) == -1)
+            oState.SkipWithError("cannot send");
+        if (++nWaiting < BURST)
+            continue;
+        oState.PauseTiming();
+        while (recv(nReader, aBytes.data(), aBytes.size(), 0) > 0)
+        {
+        }
+        nWaiting = 0;
+        oState.ResumeTiming();
+    }
+    close(nSender);
+    close(nReader);
+}
+
 // ---------------------------------------------------------------- nothing but the preparation
 
 void Nothing_Ours(benchmark::State& oState)
@@ -196,7 +230,8 @@ int main(int nArguments, char** ppArguments)
     RegisterBenchmark("a line in the file/ours", File_Ours); // aim: within 1.2
     RegisterBenchmark("a line in the file/stdio", File_Stdio);
     RegisterBenchmark("a record to a monitor/ours", Mail_Ours); // aim: within 1.5
-    RegisterBenchmark("a record to a monitor/sendto", Mail_Sendto);
+    RegisterBenchmark("a record to a monitor/sendto, local", Mail_Sendto);
+    RegisterBenchmark("a record to a monitor/sendto, UDP", Mail_SendtoUdp);
     RegisterBenchmark("no output/ours", Nothing_Ours); // aim: within 1.3
     RegisterBenchmark("no output/snprintf and host name", Nothing_Snprintf);
     return RunWithRatios(nArguments, ppArguments);

@@ -55,6 +55,9 @@ enum class eOldFile : std::uint8_t
 /// @return         the stream, open for binary writing; null on failure
 std::FILE* CreateStreamHere(const char* pName, eOldFile eOld, sFileStatus* pStatus = nullptr) noexcept;
 
+/// Whether the bytes of one write to a file that is open for appending stay together at its end, whoever else appends.
+bool AreAppendsWhole() noexcept;
+
 /// ftell with 64 bits; -1 on failure.
 std::int64_t TellStream(std::FILE* pStream) noexcept;
 

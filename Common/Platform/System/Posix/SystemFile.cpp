@@ -599,6 +599,11 @@ std::FILE* System::CreateStreamHere(const char* pName, eOldFile eOld, sFileStatu
     return nullptr;
 }
 
+bool System::AreAppendsWhole() noexcept
+{
+    return true;
+}
+
 std::int64_t System::TellStream(std::FILE* pStream) noexcept
 {
     return ::ftello(pStream);

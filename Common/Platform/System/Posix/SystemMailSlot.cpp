@@ -300,21 +300,41 @@ private:
     {
         const std::size_t nOld = m_oQueue.size();
 
-        while (m_oConnections.size() < MAX_CONNECTIONS)
-        {
-            const int nConnection = accept4(m_oListener.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-            if (nConnection != -1)
-                m_oConnections.emplace_back(nConnection);
-            else if (errno != EINTR && errno != ECONNABORTED)
-                break;
-        }
+        // One question for all: to accept a connection that is not there costs the system more than to answer it.
+        m_oPolls.clear();
+        m_oPolls.push_back({m_oListener.Get(), POLLIN, 0});
+        m_oPolls.push_back({m_oNetwork.Get(), POLLIN, 0}); // -1 while there is none: that is left out
+        for (const CSocket& oConnection : m_oConnections)
+            m_oPolls.push_back({oConnection.Get(), POLLIN, 0});
+        if (poll(m_oPolls.data(), m_oPolls.size(), 0) <= 0)
+            return;
 
-        std::erase_if(m_oConnections, [this](const CSocket& oConnection) { return !CollectFrom(oConnection); });
-        if (m_oNetwork.IsOpen())
+        const auto HasNews = [](const pollfd& oPoll) { return oPoll.revents != 0; };
+        auto itPoll = m_oPolls.cbegin() + 2;
+        std::erase_if(m_oConnections,
+                      [&](const CSocket& oConnection) { return HasNews(*itPoll++) && !CollectFrom(oConnection); });
+        if (HasNews(m_oPolls[0]))
+            AcceptConnections();
+        if (HasNews(m_oPolls[1]))
             CollectFromNetwork();
 
         std::stable_sort(m_oQueue.begin() + static_cast<std::ptrdiff_t>(nOld), m_oQueue.end(),
                          [](const sMail& oFirst, const sMail& oSecond) { return oFirst.nStamp < oSecond.nStamp; });
+    }
+
+    void AcceptConnections()
+    {
+        while (m_oConnections.size() < MAX_CONNECTIONS)
+        {
+            CSocket oConnection(accept4(m_oListener.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+            if (oConnection.IsOpen())
+            {
+                if (CollectFrom(oConnection))
+                    m_oConnections.push_back(std::move(oConnection));
+            }
+            else if (errno != EINTR && errno != ECONNABORTED)
+                break;
+        }
     }
 
     // False when the connection is at its end.
@@ -385,6 +405,7 @@ private:
     CSocket m_oListener;
     CSocket m_oNetwork;
     std::vector<CSocket> m_oConnections;
+    std::vector<pollfd> m_oPolls;
     std::deque<sMail> m_oQueue;
 };
 
@@ -449,18 +470,17 @@ private:
     // Returns 0 or the error number; EAGAIN when the queue stayed full.
     int SendPacket(const void* pData, std::size_t nSize)
     {
-        std::int64_t nStamp = ReadPerformanceCounter();
-        const std::int64_t nLimit = nStamp + GetPerformanceFrequency() / 1000 * FULL_QUEUE_WAIT_MS;
+        const std::int64_t nStamp = ReadPerformanceCounter();
         static_assert(sizeof nStamp == STAMP_SIZE);
 
-        iovec aParts[] = {{&nStamp, STAMP_SIZE}, {const_cast<void*>(pData), nSize}};
-        msghdr oMessage = {};
-        oMessage.msg_iov = aParts;
-        oMessage.msg_iovlen = std::size(aParts);
+        // In one piece: the system takes that faster than parts.
+        char aPacket[MAX_PACKET_SIZE];
+        std::memcpy(aPacket, &nStamp, STAMP_SIZE);
+        std::memcpy(aPacket + STAMP_SIZE, pData, nSize);
 
         for (;;)
         {
-            if (sendmsg(m_oSocket.Get(), &oMessage, MSG_DONTWAIT | MSG_NOSIGNAL) != -1)
+            if (send(m_oSocket.Get(), aPacket, STAMP_SIZE + nSize, MSG_DONTWAIT | MSG_NOSIGNAL) != -1)
                 return 0;
             if (errno == EINTR)
                 continue;
@@ -470,6 +490,7 @@ private:
             // Only the first message that meets a full queue waits: a server that hangs must not slow its clients down
             // for ever.
             constexpr int STEP_MS = 5;
+            const std::int64_t nLimit = nStamp + GetPerformanceFrequency() / 1000 * FULL_QUEUE_WAIT_MS;
             if (!m_bWaits || ReadPerformanceCounter() >= nLimit)
                 return EAGAIN;
             pollfd oPoll = {m_oSocket.Get(), POLLOUT, 0};

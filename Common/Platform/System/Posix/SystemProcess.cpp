@@ -2,6 +2,7 @@
 
 #include <Common/Platform/System/Posix/BrokenPipeGuard.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -9,6 +10,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace System
@@ -17,6 +19,25 @@ namespace
 {
 // Longest wait for a standard error that takes nothing at the moment; what is left of the text is dropped then.
 constexpr int BUSY_LIMIT_MS = 100;
+
+// A page that is all zeros again in every copy of this process, however the copy is made: its first number is that of
+// the process. Null where the system has no such pages.
+std::atomic<pid_t>* MakeProcessPage()
+{
+    const auto nSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* pPage = mmap(nullptr, nSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pPage == MAP_FAILED)
+        return nullptr;
+    if (madvise(pPage, nSize, MADV_WIPEONFORK) == 0)
+        return static_cast<std::atomic<pid_t>*>(pPage);
+    munmap(pPage, nSize);
+    return nullptr;
+}
+
+static_assert(std::atomic<pid_t>::is_always_lock_free);
+
+// Null in whatever static object asks before it is made, too.
+std::atomic<pid_t>* const g_pProcess = MakeProcessPage();
 
 bool WaitUntilWritable(int nDescriptor)
 {
@@ -27,7 +48,16 @@ bool WaitUntilWritable(int nDescriptor)
 
 unsigned long GetProcessNumber()
 {
-    return static_cast<unsigned long>(getpid());
+    if (g_pProcess == nullptr)
+        return static_cast<unsigned long>(getpid());
+
+    pid_t nProcess = g_pProcess->load(std::memory_order_relaxed);
+    if (nProcess == 0)
+    {
+        nProcess = getpid();
+        g_pProcess->store(nProcess, std::memory_order_relaxed);
+    }
+    return static_cast<unsigned long>(nProcess);
 }
 
 std::size_t ReadComputerName(char* pBuffer)

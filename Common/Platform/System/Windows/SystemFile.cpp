@@ -174,6 +174,12 @@ std::FILE* System::CreateStreamHere(const char* pName, eOldFile eOld, sFileStatu
     return nullptr;
 }
 
+bool System::AreAppendsWhole() noexcept
+{
+    // The runtime library moves to the end and writes: two steps.
+    return false;
+}
+
 std::int64_t System::TellStream(std::FILE* pStream) noexcept
 {
     return ::_ftelli64(pStream);
