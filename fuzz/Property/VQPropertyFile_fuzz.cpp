@@ -1,0 +1,10 @@
+// Loads the file record of a property from any bytes.
+
+#include <Common/Property/VQProperty.h>
+
+#include <fuzz/Property/PropertyFuzz.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
+{
+    return PropertyFuzz::ReadFile<CVQProperty>(pData, nSize);
+}

@@ -1,0 +1,10 @@
+// Loads the file record of a property struct from any bytes.
+
+#include <Common/Property/VQPropertyStruct.h>
+
+#include <fuzz/Property/PropertyFuzz.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize)
+{
+    return PropertyFuzz::ReadFile<CVQPropertyStruct>(pData, nSize);
+}
