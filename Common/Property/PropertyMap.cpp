@@ -161,7 +161,7 @@ bool CPropertyMap::Read(std::unique_ptr<CPropertyMap>& pMap, CFileIO& oFile, uns
             return false;
         if (nResult == CVQProperty::EResult::Failed)
             break;
-        Demand(pMap).Set(oName, oValue);
+        Demand(pMap).SetMoved(oName, oValue);
     }
     return true;
 }

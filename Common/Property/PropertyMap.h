@@ -64,6 +64,9 @@ public:
     /// Adds a copy, or assigns to the property of that name.
     void Set(const CVQString& oName, const CVQProperty& oValue);
 
+    /// The same with a property that is not needed any more.
+    void SetMoved(const CVQString& oName, CVQProperty& oValue) { FindOrAdd(oName).AssignMoved(oValue); }
+
     bool Remove(const CVQString& oName);
     void RemoveAll() noexcept;
 

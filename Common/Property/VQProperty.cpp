@@ -436,6 +436,38 @@ void CVQProperty::SetLocalised(std::int32_t nId)
     ReloadString();
 }
 
+/// As Set(), without a copy.
+void CVQProperty::SetText(CVQString&& oValue)
+{
+    const bool bLocalised = oValue.HasStringId() && oValue.IsIdenticalToStringResource();
+    PropertyRecord::TakeOver(m_oString, oValue);
+    m_nType = bLocalised ? PROPTYPE_STRINGID : PROPTYPE_STRING;
+    if (bLocalised)
+        m_nInteger = static_cast<std::int32_t>(m_oString.GetStringId());
+}
+
+/// Assigns a property that is not needed any more: what it holds is taken where assignment would copy it.
+void CVQProperty::AssignMoved(CVQProperty& oOther)
+{
+    switch (oOther.m_nType)
+    {
+    case PROPTYPE_STRING:
+        SetText(std::move(oOther.m_oString));
+        break;
+    case PROPTYPE_STRUCT:
+        m_oStruct.TakeOver(oOther.m_oStruct);
+        m_nType = PROPTYPE_STRUCT;
+        break;
+    case PROPTYPE_LIST:
+        m_oList.TakeOver(oOther.m_oList);
+        m_nType = PROPTYPE_LIST;
+        break;
+    default:
+        *this = std::as_const(oOther);
+        break;
+    }
+}
+
 void CVQProperty::StoreAll(const std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth)
 {
     PropertyRecord::Put(oStream, static_cast<std::uint32_t>(aProperties.size()));
@@ -594,8 +626,7 @@ void CVQProperty::LoadString(CVQDataStream& oStream)
 
     CVQString oText;
     ReadStreamString(oStream, oText);
-    PropertyRecord::TakeOver(m_oString, oText);
-    m_nType = PROPTYPE_STRING;
+    SetText(std::move(oText));
 }
 
 CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
@@ -636,7 +667,14 @@ CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
     case PROPTYPE_FLOAT:
         return ReadAndSet<float>(oFile);
     case PROPTYPE_STRING:
-        return ReadAndSet<CVQString>(oFile);
+    {
+        CVQString oText;
+        if (!PropertyRecord::Read(oFile, oText))
+            return EResult::Failed;
+
+        SetText(std::move(oText));
+        return EResult::Done;
+    }
     case PROPTYPE_LIST:
     {
         CVQPropertyList oList;

@@ -251,6 +251,8 @@ private:
     void Reset() noexcept;
     void ReloadString() const;
     void SetLocalised(std::int32_t nId);
+    void SetText(CVQString&& oValue);
+    void AssignMoved(CVQProperty& oOther);
 
     static void StoreAll(const std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth);
     static void LoadAll(std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth);

@@ -5,7 +5,7 @@
 #include <Common/Property/VQPropertyList.h>
 
 #include <algorithm>
-#include <string>
+#include <utility>
 
 namespace
 {
@@ -189,7 +189,8 @@ bool CVQPropertyList::Read(CFileIO& oFile, unsigned nDepth)
         const auto nResult = oElement.Read(oFile, nDepth);
         if (nResult != CVQProperty::EResult::Done)
             return nResult != CVQProperty::EResult::TooDeep;
-        AddListElement(oElement);
+        if (CheckValidPropertyType(oElement))
+            m_aElements.push_back(std::move(oElement));
     }
     return true;
 }

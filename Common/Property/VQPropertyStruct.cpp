@@ -68,7 +68,7 @@ const CVQString& CVQPropertyStruct::GetStructureName() const
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool CVQPropertyStruct::AddStructElement(CVQString oName, CVQProperty oValue)
 {
-    CPropertyMap::Demand(m_pElements).Set(oName, oValue);
+    CPropertyMap::Demand(m_pElements).SetMoved(oName, oValue);
     return true;
 }
 
