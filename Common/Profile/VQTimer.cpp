@@ -29,6 +29,13 @@ unsigned long ToMilliseconds(double dSeconds)
     return static_cast<unsigned long>(Truncate(dSeconds * MILLISECONDS_PER_SECOND));
 }
 
+// Steps of the performance counter in a second; the systems promise that it never changes.
+double GetCounterFrequency()
+{
+    static const auto s_dFrequency = static_cast<double>(System::GetPerformanceFrequency());
+    return s_dFrequency;
+}
+
 // Times far out, which only SetTime() makes, wrap around.
 std::int64_t Add(std::int64_t nFirst, std::int64_t nSecond)
 {
@@ -154,8 +161,12 @@ double CVQTimer::GetTime(int nChannel) const
     if (!oChannel.m_bDefined || !oChannel.m_bRunning)
         return 0.0;
 
+    // The clock is read last, so that little is left to do behind it.
+    const double dFrequency =
+        IsHighResolutionTimerActive() ? GetCounterFrequency() : static_cast<double>(MILLISECOND_CLOCK_FREQUENCY);
+    const std::int64_t nOrigin = oChannel.m_nOrigin;
     const std::int64_t nNow = oChannel.m_bPaused ? oChannel.m_nPauseTime : GetHardwareTime();
-    return static_cast<double>(Subtract(nNow, oChannel.m_nOrigin)) / static_cast<double>(GetHardwareTimerFrequency());
+    return static_cast<double>(Subtract(nNow, nOrigin)) / dFrequency;
 }
 
 unsigned long CVQTimer::GetTimeInMs(int nChannel) const
