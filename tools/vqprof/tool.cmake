@@ -1,0 +1,12 @@
+# Pictures need the system's PNG library; where the target has none, the tool says so.
+include(CheckCXXSourceCompiles)
+find_package(PNG QUIET)
+if(PNG_FOUND)
+    set(CMAKE_REQUIRED_LIBRARIES PNG::PNG)
+    check_cxx_source_compiles("#include <png.h>\nint main() { return png_access_version_number() == 0; }" COMMON_HAS_PNG)
+    unset(CMAKE_REQUIRED_LIBRARIES)
+endif()
+if(PNG_FOUND AND COMMON_HAS_PNG)
+    target_link_libraries(vqprof PRIVATE PNG::PNG)
+    target_compile_definitions(vqprof PRIVATE COMMON_HAS_PNG)
+endif()
