@@ -5,6 +5,7 @@
 #include <Common/Platform/PlatformString.h>
 #include <Common/Platform/System/FileHandle.h>
 #include <Common/Platform/System/SystemFile.h>
+#include <Common/Platform/System/SystemProcess.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -130,6 +131,9 @@ CExtendedFileSystem::CExtendedFileSystem()
       m_pTables(new std::vector<std::shared_ptr<sArchiveEntry>>)
 {
     m_pTables->reserve(MAX_ARCHIVES);
+
+    if (this == &__m_oInstance)
+        System::HoldWhileCopied([] { __m_oInstance.m_oLock.Enter(); }, [] { __m_oInstance.m_oLock.Leave(); });
 }
 
 // The two locks are no part of what is copied: closing a copy's would close the original's.

@@ -86,7 +86,8 @@ static_assert(sizeof(void*) != 4 || sizeof(sArchiveInfo) == 1076);
 /// Any thread may call. Opening is serialised by one lock, which is never held when an exception leaves. Reading,
 /// writing and seeking take no lock: a handle belongs to one thread at a time. Roots may be added and removed while
 /// other threads open files; a reference that GetRoot() returned is good until the next change of the roots. Callbacks
-/// are set up before the operations that call them.
+/// are set up before the operations that call them. A process that forks waits for the lock of Instance(), so that its
+/// copy can open files.
 ///
 /// Errors are thrown as CXfsException with the source file "Common/File/ExtendedFileSystem"; each member names its
 /// codes. A handle that is not open is 4008 "Invalid file handle." everywhere. After a failed read or write the file

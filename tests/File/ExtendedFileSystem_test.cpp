@@ -1,6 +1,8 @@
 #include <Common/Debug/XfsException.h>
 #include <Common/File/ExtendedFileSystem.h>
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Fork.h>
+#include <tests/support/Sanitizer.h>
 #include <tests/support/SparseFile.h>
 #include <tests/support/SystemMacros.h>
 #include <tests/support/TestDirectory.h>
@@ -1148,4 +1150,41 @@ TEST_F(ExtendedFileSystem, RootsMayChangeWhileOtherThreadsOpenFiles)
     oChanger.join();
     EXPECT_GT(nOpened, 0);
     EXPECT_EQ(m_pFiles->GetRootCount(), 1);
+}
+
+// A copy has the threads of its process no more: what one of them had locked would stay so.
+TEST(IsolatedExtendedFileSystem, OpensInACopyThatWasMadeWhileAThreadOpened)
+{
+    constexpr int COPIES = 200;
+    if (!HasFork())
+        GTEST_SKIP() << "this system makes no copies of a process";
+    if (HAS_THREAD_SANITIZER)
+        GTEST_SKIP() << "the sanitizer's memory stays locked in a copy that is made while another thread takes some";
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("root/file", "abc");
+    CExtendedFileSystem* const pFiles = CExtendedFileSystem::Instance();
+    pFiles->AddRoot("missing");
+    pFiles->AddRoot("root");
+
+    const auto oOpens = [pFiles](const char* pName)
+    {
+        const unsigned long nHandle = pFiles->OpenFile(pName);
+        return pFiles->GetFileSize(nHandle) == 3 && pFiles->CloseFile(nHandle);
+    };
+    std::atomic<bool> bStop = false;
+    std::thread oOpener(
+        [&]
+        {
+            while (!bStop)
+                EXPECT_TRUE(oOpens("file"));
+        });
+
+    int nRight = 0;
+    while (nRight < COPIES && RunInFork([&] { return oOpens("FILE") && !pFiles->FileExists("none") ? 0 : 1; }) == 0)
+        ++nRight;
+    bStop = true;
+    oOpener.join();
+    EXPECT_EQ(nRight, COPIES);
+    EXPECT_TRUE(oOpens("file")) << "the process itself goes on";
 }

@@ -24,6 +24,11 @@ void BreakIntoDebugger();
 // Sends a text to the debugger as it is. Never ends the process, and leaves the error number of the thread alone.
 void WriteDebugger(const char* pText);
 
+// Names the lock that is held while this process is copied, so that the copy finds it free and what it guards whole. Of
+// all locks that a thread may hold at the same time it is the one that is taken first. There is one in a process; where
+// the system makes no copies of processes it is never asked for.
+void HoldWhileCopied(void (*pEnter)(), void (*pLeave)());
+
 // Ends the process at once: no exit handlers, no destructors.
 [[noreturn]] void EndProcess(int nStatus);
 } // namespace System

@@ -48,6 +48,9 @@ void WriteDebugger(const char* pText)
     SetLastError(nError);
 }
 
+// No process of this system is a copy of another.
+void HoldWhileCopied(void (*)(), void (*)()) {}
+
 void EndProcess(int nStatus)
 {
     ExitProcess(static_cast<UINT>(nStatus));
