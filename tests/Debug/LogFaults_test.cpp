@@ -231,6 +231,16 @@ TEST_F(LogFaults, ADirectoryThatIsGoneIsToldUntilItIsThereAgain)
     EXPECT_EQ(MessagesInFile("sub/App.log"), Texts{"second"});
 }
 
+TEST_F(LogFaults, ARecordThatCannotBeSentIsToldAndTheOtherOutputsRun)
+{
+    const std::string sContext(400, 'c');
+    _VQ_Log_Fn("source", APPLICATION.c_str(), sContext.c_str(), 42, 0,
+               LOG_DEBUGGER | LOG_FILE | LOG_NETWORK | LOG_MESSAGEBOX, ecWarning, "%s", "large");
+    EXPECT_EQ(g_aOutputs, (Texts{"large", "\n", MAIL_FAILED, "\n"}));
+    EXPECT_EQ(g_aBoxes, Texts{"large"});
+    EXPECT_EQ(MessagesInFile(LOG_NAME), Texts{"large"});
+}
+
 TEST_F(LogFaults, UnknownOutputsAreLeftOut)
 {
     for (const unsigned long nOutputs : {16UL, 0xFFFFFFF0UL})

@@ -370,12 +370,21 @@ TEST_F(LogOutputs, AssertsInTheProgramWithAndWithoutAComment)
 
 TEST(LogEnd, EndsTheProcessAfterTheBoxOfACatastrophe)
 {
-    EXPECT_EQ(RunChild("Catastrophe").nExitCode, 0);
+    const ChildResult oResult = RunChild("Catastrophe");
+    EXPECT_EQ(oResult.nExitCode, 0);
+    EXPECT_NE(oResult.sOutput.find("box: Catastrophic Error: the end\nexit handler\n"), std::string::npos)
+        << oResult.sOutput;
 }
 
 TEST(LogChild, DISABLED_Catastrophe)
 {
-    HOOK_SetMessageBox([](const char*, const char*, eMessageBoxKind) { return mbaOk; });
+    std::atexit([] { std::fputs("exit handler\n", stderr); });
+    HOOK_SetMessageBox(
+        [](const char* pText, const char* pCaption, eMessageBoxKind)
+        {
+            std::fprintf(stderr, "box: %s: %s\n", pCaption, pText);
+            return mbaOk;
+        });
     Log(LOG_MESSAGEBOX, "the end", ecCatastrophicError);
     std::_Exit(WENT_ON);
 }

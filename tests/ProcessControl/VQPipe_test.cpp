@@ -1,6 +1,8 @@
 #include <Common/Debug/VQPipeException.h>
 #include <Common/ProcessControl/VQPipe.h>
 
+#include <tests/support/ChildProcess.h>
+#include <tests/support/Fork.h>
 #include <tests/support/VirtualSlot.h>
 
 #include <gtest/gtest.h>
@@ -278,6 +280,46 @@ TEST(VQPipe, CloseKeepsTheOldHandlesWhichTouchNothingElse)
     EXPECT_TRUE(oOld.Close());
     EXPECT_FALSE(oOld.Write('x'));
     ExpectRoundTrip(oNext, 42);
+}
+
+TEST(VQPipe, ChildProcessesInheritBothEnds)
+{
+    if (!HasFork())
+        GTEST_SKIP() << "this system makes no copies of a process, and its children know their handles by other ways";
+
+    CVQPipe oThere;
+    CVQPipe oBack;
+    ASSERT_TRUE(oThere.Open());
+    ASSERT_TRUE(oBack.Open());
+    EXPECT_TRUE(oThere.Write(20));
+    EXPECT_EQ(RunInFork(
+                  [&]
+                  {
+                      int nNumber = 0;
+                      return oThere.Read(nNumber) && oBack.Write(nNumber + 1) && oBack.Write("from the child") ? 7 : 8;
+                  }),
+              7);
+    int nNumber = 0;
+    CVQString sText;
+    EXPECT_TRUE(oBack.Read(nNumber));
+    EXPECT_TRUE(oBack.Read(sText));
+    EXPECT_EQ(nNumber, 21);
+    EXPECT_STREQ(sText.GetString(), "from the child");
+    EXPECT_FALSE(oBack.HasData());
+
+    // Another program gets them, too: it sees two pipe ends more for each pipe.
+    const auto CountPipes = []
+    {
+        const std::string sOpen = ChildProcess({"/bin/sh", "-c", "ls -l /proc/$$/fd"}).Wait().sOutput;
+        int nPipes = 0;
+        for (std::size_t n = sOpen.find("pipe:"); n != std::string::npos; n = sOpen.find("pipe:", n + 1))
+            ++nPipes;
+        return nPipes;
+    };
+    const int nOpen = CountPipes();
+    oThere.Close();
+    oBack.Close();
+    EXPECT_EQ(CountPipes(), nOpen - 4);
 }
 
 TEST(VQPipe, CopiesShareThePipe)

@@ -36,8 +36,8 @@ std::atomic<pid_t>* MakeProcessPage()
 
 static_assert(std::atomic<pid_t>::is_always_lock_free);
 
-// Null in whatever static object asks before it is made, too.
-std::atomic<pid_t>* const g_pProcess = MakeProcessPage();
+// Null for a static object that asks before it is made, too.
+std::atomic<pid_t>* g_pProcess = MakeProcessPage();
 
 bool WaitUntilWritable(int nDescriptor)
 {
