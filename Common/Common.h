@@ -14,6 +14,11 @@
 #include <Common/Debug/VQParamsException.h>
 #include <Common/Debug/VQPipeException.h>
 #include <Common/Debug/XfsException.h>
+#include <Common/DebugStatistics/VQDebugStatistics.h>
+#include <Common/DebugStatistics/VQDebugStatisticsControl.h>
+#include <Common/DebugStatistics/VQDebugStatisticsInterpreter.h>
+#include <Common/DebugStatistics/VQDebugStatisticsPage.h>
+#include <Common/DebugStatistics/VQDebugStatisticsSeparator.h>
 #include <Common/Export.h>
 #include <Common/File/ArchiveFormat.h>
 #include <Common/File/ArchiveNode.h>
@@ -28,6 +33,8 @@
 #include <Common/File/VQDataStream.h>
 #include <Common/File/VQLzrwCompressor.h>
 #include <Common/File/VQVariableControllerBase.h>
+#include <Common/Loading/VQLoadGuard.h>
+#include <Common/Loading/VQLoadGuardWatch.h>
 #include <Common/MailSlot/VQMailSlot.h>
 #include <Common/Platform/Platform.h>
 #include <Common/Platform/PlatformDirectory.h>

@@ -1,0 +1,3 @@
+#include <Common/Loading/VQLoadGuardWatch.h>
+
+IVQLoadGuardWatch::~IVQLoadGuardWatch() = default;
