@@ -1,3 +1,4 @@
+#include <Common/Platform/PlatformString.h>
 #include <Common/String/StringTokenizer.h>
 
 #include <algorithm>
@@ -38,6 +39,13 @@ const char* FindHighByte(const char* pBegin, const char* pEnd)
             break;
     }
     return std::find_if(pBegin, pEnd, [](char c) { return static_cast<signed char>(c) < 0; });
+}
+
+/// Makes a terminated text lower case, what stands behind zeros in it too.
+void LowerAll(char* pText, const char* pEnd)
+{
+    for (; pText < pEnd; pText += std::strlen(pText) + 1)
+        STR_strlwr(pText);
 }
 
 /// What a letter behind a backslash stands for.
@@ -404,7 +412,7 @@ int CStringTokenizer::ReadWord(int nCharacter)
     std::memcpy(pTarget + 1, Here(), nRest);
     m_oStringValue.ReleaseBuffer(static_cast<int>(nRest) + 1);
     if (m_bLowerCaseMode)
-        m_oStringValue.MakeLower();
+        LowerAll(pTarget, pTarget + nRest + 1);
 
     MoveTo(pEnd);
     return Return(TOKEN_WORD, GetChar());

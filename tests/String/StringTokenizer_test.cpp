@@ -324,6 +324,19 @@ TEST(StringTokenizer, ChangesItsTable)
     Expect({{"AbC \"DeF\"", "abc \"DeF\" END"}}, [](CStringTokenizer& o) { o.ForceLowerCaseMode(true); });
 }
 
+TEST(StringTokenizer, LowersWordsBehindTheirZeros)
+{
+    const std::string sText("A\0BC\0\0D e", 9);
+    EXPECT_EQ(FirstOf(sText,
+                      [](CStringTokenizer& o)
+                      {
+                          o.ForceLowerCaseMode(true);
+                          o.OrdinaryChar(0);
+                          o.WordChars(0, 0);
+                      }),
+              std::string("a\0bc\0\0d", 7));
+}
+
 TEST(StringTokenizer, EndsAtAHighByte)
 {
     Expect({{"ab\xE4"
