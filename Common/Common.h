@@ -31,6 +31,7 @@
 #include <Common/File/VQCompressor.h>
 #include <Common/File/VQDataFormat.h>
 #include <Common/File/VQDataStream.h>
+#include <Common/File/VQFileScanner.h>
 #include <Common/File/VQLzrwCompressor.h>
 #include <Common/File/VQVariableControllerBase.h>
 #include <Common/Loading/VQLoadGuard.h>

@@ -3,6 +3,7 @@
 #include <Common/Platform/System/NameOrder.h>
 #include <Common/Platform/System/Posix/DirectoryListing.h>
 #include <Common/Platform/System/Posix/FileCacheGuard.h>
+#include <Common/Platform/System/Posix/OpenDirectory.h>
 
 #include <algorithm>
 #include <array>
@@ -842,6 +843,13 @@ bool System::CDirectoryMark::IsValid() const noexcept
 bool System::CDirectoryMark::Return() const noexcept
 {
     return m_nDirectory != -1 && ::fchdir(m_nDirectory) == 0;
+}
+
+int System::OpenDirectory(const char* pPath) noexcept
+{
+    return CallWithPath(pPath, eLastName::AnyCase,
+                        [](const char* pExact)
+                        { return Retry([&] { return ::open(pExact, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }); });
 }
 
 // ---------------------------------------------------------------- directory search
