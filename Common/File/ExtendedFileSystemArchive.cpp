@@ -6,7 +6,6 @@
 #include <Common/File/ArchiveReader.h>
 #include <Common/Platform/PlatformDirectory.h>
 #include <Common/Platform/PlatformFile.h>
-#include <Common/Platform/PlatformMemory.h>
 #include <Common/Platform/PlatformString.h>
 #include <Common/Platform/System/FileHandle.h>
 #include <Common/Platform/System/SystemFile.h>
@@ -27,6 +26,11 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+namespace ArchiveDetail
+{
+std::shared_ptr<sArchiveEntry> ShareTable(sArchiveEntry* pEntries);
+} // namespace ArchiveDetail
 
 namespace
 {
@@ -348,7 +352,7 @@ sArchiveInfo* CExtendedFileSystem::RegisterArchive(sArchiveInfo* pParent, const 
 
     const sArchiveHeader oHeader = oNode.GetHeader();
     const std::uint32_t nBase = oNode.GetBase();
-    m_pTables->emplace_back(oNode.Detach(), MEM_Free);
+    m_pTables->push_back(ArchiveDetail::ShareTable(oNode.Detach()));
 
     sArchiveInfo& oInfo = m_aArchives[nNode];
     sArchiveInfo& oParent = pParent != nullptr ? *pParent : m_oRootArchive;

@@ -158,10 +158,10 @@ public:
     unsigned long GetSize() const noexcept { return m_nSize; }
 
     /// Bytes of data from the position on; wraps below zero when the position is behind the data.
-    unsigned long GetRemainingSize() const noexcept { return m_oIterator.GetSize(); }
+    unsigned long GetRemainingSize() const noexcept;
 
     /// The same as GetRemainingSize().
-    unsigned long GetIteratorBufferSize() const noexcept { return m_oIterator.GetSize(); }
+    unsigned long GetIteratorBufferSize() const noexcept;
 
     /// Bytes that Get() can still deliver: from the position to the end of the block. Hold a count from a stream
     /// against it before memory is taken for so many.
@@ -357,6 +357,16 @@ inline unsigned long CVQDataStream::Iterator::GetSize() const noexcept
 inline bool CVQDataStream::Iterator::IsStoring() const noexcept
 {
     return m_pStream != nullptr && m_pStream->IsStoring();
+}
+
+inline unsigned long CVQDataStream::GetRemainingSize() const noexcept
+{
+    return m_oIterator.GetSize();
+}
+
+inline unsigned long CVQDataStream::GetIteratorBufferSize() const noexcept
+{
+    return m_oIterator.GetSize();
 }
 
 static_assert(sizeof(void*) != 4 || sizeof(CVQDataStream::Iterator) == 12, "the layout that the 32-bit callers know");
