@@ -65,10 +65,12 @@ void EndNothing() {}
 
 COMMON_PRESERVE_REGISTERS void RecordBegin(const char* pName)
 {
-    sVQProfileRawSample* const pSample = g_pWritePosition;
-    pSample->m_pName = pName;
+    g_pWritePosition->m_pName = pName;
     System::KeepOrder();
-    pSample->m_nCounter = System::ReadCycleCounter();
+    const std::uint64_t nCounter = System::ReadCycleCounter();
+    System::KeepOrder(); // the position is read again: that is cheaper than a register to keep it in
+    sVQProfileRawSample* const pSample = g_pWritePosition;
+    pSample->m_nCounter = nCounter;
     g_pWritePosition = pSample + 1;
 }
 
