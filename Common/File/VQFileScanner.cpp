@@ -309,7 +309,7 @@ void CVQFileScanner::RunThread(TReportFn pReport, unsigned long nUserValue, CVQE
     }
 
     static_cast<void>(pContext.release()); // it is the thread's now
-    m_pThread = std::shared_ptr<void>(hThread, [](void* hOld) { System::CloseWaitable(hOld); });
+    m_pThread = System::ShareWaitable(hThread);
 }
 
 void CVQFileScanner::StopThread() noexcept

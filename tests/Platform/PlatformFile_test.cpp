@@ -371,6 +371,7 @@ TEST(PlatformFile, AppendsWhereverItStands)
     {
         const COpenFile oFile("f", "ab");
         EXPECT_EQ(FILE_Write(oFile, "a", 1, 1), 1u);
+        EXPECT_EQ(FILE_Flush(oFile), 1); // before it, each system has its own idea of where it stands
         EXPECT_EQ(FILE_Tell(oFile), 11);
         EXPECT_EQ(FILE_Seek(oFile, 2, 2), 1);
         EXPECT_EQ(FILE_Tell(oFile), 2);
@@ -401,6 +402,7 @@ TEST(PlatformFile, AppendsWhereverItStands)
     EXPECT_STREQ(aBytes, "12");
     EXPECT_EQ(FILE_Seek(oBoth, 0, 0), 1);
     EXPECT_EQ(FILE_Write(oBoth, "f", 1, 1), 1u);
+    EXPECT_EQ(FILE_Flush(oBoth), 1);
     EXPECT_EQ(FILE_Tell(oBoth), 16);
     EXPECT_EQ(FILE_Seek(oBoth, -2, 1), 1);
     EXPECT_EQ(FILE_Read(oBoth, aBytes, 1, 2), 2u);

@@ -81,9 +81,11 @@ protected:
 
 ChildResult RunChild(const std::string& sName)
 {
-    return ChildProcess({ThisProgram(), "--in-process", "--gtest_also_run_disabled_tests",
-                         "--gtest_filter=VQProfilerChild.DISABLED_" + sName})
-        .Wait();
+    ChildResult oResult = ChildProcess({ThisProgram(), "--in-process", "--gtest_also_run_disabled_tests",
+                                        "--gtest_filter=VQProfilerChild.DISABLED_" + sName})
+                              .Wait();
+    std::erase(oResult.sOutput, '\r'); // line ends of text streams
+    return oResult;
 }
 
 bool Contains(const std::string& sText, const std::string& sPart)

@@ -17,6 +17,7 @@ void PrintLine(std::string_view sKind, std::string_view sText)
 {
     const std::string sLine = COMMON_TOOL_NAME ": " + std::string(sKind) + std::string(sText) + '\n';
     std::fwrite(sLine.data(), 1, sLine.size(), stderr);
+    std::fflush(stderr); // some systems keep it back as they do with a file
 }
 
 const char* GetVariable(const char* pName)

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 // Waitable objects by handle, and the critical section.
 //
@@ -42,6 +43,9 @@ bool UnlockSemaphore(void* hSemaphore, int nCount, int& nPrevious);
 unsigned WaitFor(void* hObject, unsigned nMilliseconds);
 
 bool CloseWaitable(void* hObject);
+
+// A handle that is closed with the last copy of what it returns.
+std::shared_ptr<void> ShareWaitable(void* hObject);
 
 // A critical section inside storage that its owner provides, CRITICAL_SECTION_SIZE bytes aligned like a pointer. A copy
 // of the bytes is no critical section that was opened: closing it does nothing.
