@@ -19,6 +19,7 @@ namespace VQStringDetail
 
 namespace
 {
+using VQStringDetail::IsPlainCharacter;
 using VQStringDetail::ThrowTooLong;
 
 constexpr std::int32_t MAX_LENGTH = std::numeric_limits<std::int32_t>::max() - 1; // room for the terminator
@@ -35,18 +36,6 @@ void Release(char* pBuffer) noexcept
 {
     if (pBuffer != nullptr)
         ::operator delete(pBuffer);
-}
-
-bool IsAscii(char cByte) noexcept
-{
-    return static_cast<unsigned char>(cByte) < FIRST_BEYOND_ASCII;
-}
-
-/// Tells of a byte whether it is a character of its own in every encoding: it is below 0x80, and so is the byte before
-/// it, which then begins no character that goes on. False means only that the locale has to be asked.
-bool IsPlainCharacter(const char* pText, const char* pPlace) noexcept
-{
-    return IsAscii(*pPlace) && (pPlace == pText || IsAscii(pPlace[-1]));
 }
 
 constexpr std::size_t LONG_MATCH = 16; // bytes that are compared one by one before the runtime library is asked
@@ -109,12 +98,16 @@ CVQString::CVQString() noexcept = default;
 
 CVQString::CVQString(const char* pText)
 {
-    *this = pText;
+    if (reinterpret_cast<std::uintptr_t>(pText) < FIRST_POINTER)
+        AssignResource(pText);
+    else
+        Begin(pText, std::strlen(pText));
 }
 
 CVQString::CVQString(const CVQString& oOther)
 {
-    *this = oOther;
+    Begin(oOther.m_oData.m_pData, static_cast<std::size_t>(oOther.m_oData.m_nLength));
+    m_oData.m_nStringId = oOther.m_oData.m_nStringId;
 }
 
 CVQString::CVQString(CVQString&& oOther) noexcept : m_oData(std::exchange(oOther.m_oData, sStringData())) {}
@@ -229,26 +222,17 @@ int CVQString::CollateNoCase(const char* pText) const
     return STR_stricoll(m_oData.m_pData, pText);
 }
 
-int CVQString::Find(char cWanted, int nStart) const
-{
-    nStart = std::max(nStart, 0);
-    if (nStart >= m_oData.m_nLength)
-        return -1;
+// Find() where the first place of a byte does not tell the answer. The text is looked through from pFrom on, where a
+// character begins.
 
-    const char* pText = m_oData.m_pData + nStart;
-    const char* pFound = std::strchr(pText, cWanted);
-    if (pFound != nullptr && !IsPlainCharacter(pText, pFound))
-        pFound = STR_strchr(pText, static_cast<unsigned char>(cWanted));
-    return PositionOf(pFound);
+int CVQString::FindInLocale(char cWanted, const char* pFrom) const
+{
+    return PositionOf(STR_strchr(pFrom, static_cast<unsigned char>(cWanted)));
 }
 
-int CVQString::Find(const char* pWanted, int nStart) const
+int CVQString::FindInLocale(const char* pWanted, const char* pFrom) const
 {
-    nStart = std::max(nStart, 0);
-    if (IsEmpty() || pWanted == nullptr || *pWanted == '\0' || nStart > m_oData.m_nLength)
-        return -1;
-
-    return PositionOf(FindInText(m_oData.m_pData + nStart, pWanted));
+    return PositionOf(FindInText(pFrom, pWanted));
 }
 
 int CVQString::ReverseFind(char cWanted) const
@@ -595,6 +579,22 @@ std::int32_t CVQString::CheckedLength(std::size_t nLength)
 std::int32_t CVQString::GetSafeStringLength(const char* pText)
 {
     return CheckedLength(pText != nullptr ? std::strlen(pText) : 0);
+}
+
+/// Takes the first text of a string, which has no buffer; none for 0 bytes.
+void CVQString::Begin(const char* pText, std::size_t nLength)
+{
+    if (nLength == 0)
+        return;
+
+    const std::int32_t nChecked = CheckedLength(nLength);
+    char* pBuffer = Alloc(nLength + 1);
+    std::memcpy(pBuffer, pText, nLength);
+    pBuffer[nLength] = '\0';
+    m_oData.m_nLockCount = 1;
+    m_oData.m_nLength = nChecked;
+    m_oData.m_nAllocatedLength = nChecked;
+    m_oData.m_pData = pBuffer;
 }
 
 /// What a pointer below FIRST_POINTER means: nothing, or the number of a localised text.

@@ -30,6 +30,19 @@ enum eVQStringConstructorType : std::int32_t
     sctFormat = 0 ///< the only value; it is not looked at
 };
 
+/// What the inline members of CVQString are made of.
+namespace VQStringDetail
+{
+/// Tells of a byte of a text whether it is a character of its own in every encoding: it is below 0x80, and so is the
+/// byte before it, which then begins no character that goes on. False means only that the locale has to be asked.
+inline bool IsPlainCharacter(const char* pText, const char* pPlace) noexcept
+{
+    constexpr unsigned char FIRST_BEYOND_ASCII = 0x80;
+    return static_cast<unsigned char>(*pPlace) < FIRST_BEYOND_ASCII &&
+           (pPlace == pText || static_cast<unsigned char>(pPlace[-1]) < FIRST_BEYOND_ASCII);
+}
+} // namespace VQStringDetail
+
 /// Text: an owned, growing, zero-terminated sequence of bytes in the multi-byte encoding of the C locale.
 ///
 ///     CVQString oName("level");               // copies the text
@@ -137,7 +150,18 @@ public:
     /// Appends one byte.
     const CVQString& operator+=(char cTail)
     {
-        Append(&cTail, 1);
+        const std::int32_t nLength = m_oData.m_nLength;
+        if (nLength == m_oData.m_nAllocatedLength)
+        {
+            const char cCopy = cTail; // else the argument would have an address, and could not stay in a register
+            ConcatInPlace(1, &cCopy);
+            return *this;
+        }
+
+        char* pEnd = m_oData.m_pData + nLength;
+        pEnd[0] = cTail;
+        pEnd[1] = '\0';
+        m_oData.m_nLength = nLength + 1; // last: see Append()
         return *this;
     }
 
@@ -205,11 +229,45 @@ public:
     ///
     /// @param nStart  where to begin; a negative one counts as 0
     /// @return        its position, -1 when it is not there or nStart is at or beyond the end
-    int Find(char cWanted, int nStart = 0) const;
+    int Find(char cWanted, int nStart = 0) const
+    {
+        nStart = nStart > 0 ? nStart : 0;
+        if (nStart >= m_oData.m_nLength)
+            return -1;
+
+        const char* pText = m_oData.m_pData + nStart;
+        const char* pFound = std::strchr(pText, cWanted);
+        if (pFound != nullptr && !VQStringDetail::IsPlainCharacter(pText, pFound))
+            return FindInLocale(cWanted, pText);
+        return pFound != nullptr ? static_cast<int>(pFound - m_oData.m_pData) : -1;
+    }
+
     /// Looks for a text.
     ///
     /// @return its position, -1 when it is not there; null and "" are never found
-    int Find(const char* pWanted, int nStart = 0) const;
+    int Find(const char* pWanted, int nStart = 0) const
+    {
+        nStart = nStart > 0 ? nStart : 0;
+        if (pWanted == nullptr || *pWanted == '\0' || nStart >= m_oData.m_nLength)
+            return -1;
+
+        const char* pText = m_oData.m_pData + nStart;
+        const char* pFirst = std::strchr(pText, *pWanted);
+        if (pFirst == nullptr)
+            return -1;
+        if (!VQStringDetail::IsPlainCharacter(pText, pFirst))
+            return FindInLocale(pWanted, pText);
+
+        // Mostly the first place is the right one; behind a plain character another begins.
+        const std::size_t nWanted = std::strlen(pWanted);
+        const std::ptrdiff_t nLeft = m_oData.m_pData + m_oData.m_nLength - pFirst;
+        if (static_cast<std::ptrdiff_t>(nWanted) > nLeft || std::memcmp(pFirst, pWanted, nWanted) != 0)
+            return FindInLocale(pWanted, pFirst + 1);
+        if (!VQStringDetail::IsPlainCharacter(pFirst, pFirst + nWanted - 1))
+            return FindInLocale(pWanted, pText);
+        return static_cast<int>(pFirst - m_oData.m_pData);
+    }
+
     /// Looks for the last occurrence of a character.
     int ReverseFind(char cWanted) const;
     /// Looks for the first character that is one of those in pSet.
@@ -343,7 +401,8 @@ private:
     /// Appends bytes; inline for those that find room. They may be a part of the own text.
     void Append(const char* pTail, std::size_t nTail)
     {
-        if (nTail > static_cast<std::size_t>(m_oData.m_nAllocatedLength - m_oData.m_nLength))
+        const std::int32_t nLength = m_oData.m_nLength;
+        if (nTail > static_cast<std::size_t>(m_oData.m_nAllocatedLength - nLength))
         {
             ConcatInPlace(CheckedLength(nTail), pTail);
             return;
@@ -351,16 +410,21 @@ private:
         if (nTail == 0)
             return;
 
-        char* pEnd = m_oData.m_pData + m_oData.m_nLength;
+        // The length comes last, out of what was read first: the bytes might be a part of it for all that the compiler
+        // knows, and it would be read again.
+        char* pEnd = m_oData.m_pData + nLength;
         std::memmove(pEnd, pTail, nTail);
         pEnd[nTail] = '\0';
-        m_oData.m_nLength += static_cast<std::int32_t>(nTail);
+        m_oData.m_nLength = nLength + static_cast<std::int32_t>(nTail);
     }
 
     static char* Alloc(std::size_t nSize);
     static std::int32_t CheckedLength(std::size_t nLength);
     static std::int32_t GetSafeStringLength(const char* pText);
 
+    int FindInLocale(char cWanted, const char* pFrom) const;
+    int FindInLocale(const char* pWanted, const char* pFrom) const;
+    void Begin(const char* pText, std::size_t nLength);
     void AssignResource(const char* pNumber);
     void AllocBuffer(std::int32_t nLength);
     void FreeBuffer() noexcept;
