@@ -1113,10 +1113,24 @@ TEST(IsolatedArchiveRegistry, FreesTheLockWhenItThrows)
     oDirectory.Write("p.arc", MakeArchiveNode({{"a", "a"}}));
     EXPECT_EQ(ReadThroughFiles("p/a"), "a");
     oDirectory.Remove("p.arc");
-    EXPECT_EQ(OpenError("p/a"), NOT_OPENED);
-    EXPECT_FALSE(Files().IsFileOpen(1)); // the slot that was meant for it is free
+    oDirectory.Write("old.arc", std::string(100, 'o'));
+    oDirectory.Write("short.arc", "ARCX");
     oDirectory.Write("plain", "plain");
-    EXPECT_EQ(ReadThroughFiles("plain"), "plain");
+
+    const std::pair<const char*, const char*> aCases[] = {
+        {"p/a", NOT_OPENED}, {"old/a", WRONG_VERSION}, {"short/a", NOT_READ}};
+    for (const auto& [pName, pError] : aCases)
+    {
+        const char* const pMissing = pName;
+        EXPECT_EQ(OpenError(pName), pError);
+        EXPECT_EQ(Thrown([pMissing] { Files().FileExists(pMissing); }), pError);
+        EXPECT_FALSE(Files().IsFileOpen(1)); // the slot that was meant for it is free
+
+        // The thread that threw could enter again even if it had kept the lock; another one could not.
+        std::string sRead;
+        std::thread([&] { sRead = ReadThroughFiles("plain"); }).join();
+        EXPECT_EQ(sRead, "plain");
+    }
 }
 
 // ---------------------------------------------------------------- extraction

@@ -466,6 +466,26 @@ TEST_F(ExtendedFileSystem, RootsMayBeAbsolute)
     m_pFiles->CloseFile(nHandle);
 }
 
+TEST_F(ExtendedFileSystem, RootsMayBeAnything)
+{
+    m_oDirectory.Write("last/file", "abc");
+    m_oDirectory.Write("plain", "no directory");
+
+    CVQString sZero("none?below");
+    sZero.SetAt(4, '\0');
+    for (const CVQString& sRoot : {sZero, CVQString("missing"), CVQString("plain"), CVQString("..."),
+                                   CVQString("dots..."), CVQString('x', 5000), CVQString("last")})
+        m_pFiles->AddRoot(sRoot);
+    EXPECT_EQ(m_pFiles->GetRootCount(), 7);
+    EXPECT_EQ(m_pFiles->GetRoot(0).GetLength(), 10);
+
+    const unsigned long nHandle = m_pFiles->OpenFile("file");
+    EXPECT_EQ(ReadSome(nHandle, 20), "abc");
+    m_pFiles->CloseFile(nHandle);
+    ExpectError(NOT_FOUND, [&] { m_pFiles->OpenFile("no such name in any of them"); });
+    EXPECT_FALSE(m_pFiles->FileExists("file")) << "only the first root is asked";
+}
+
 TEST_F(ExtendedFileSystem, RootsAreNotUsedForWriting)
 {
     m_oDirectory.MakeDirectory("root");

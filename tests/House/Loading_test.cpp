@@ -1,4 +1,5 @@
 #include <tests/support/ChildProcess.h>
+#include <tests/support/TestDirectory.h>
 
 #include <gtest/gtest.h>
 
@@ -31,6 +32,12 @@ TEST(LibraryLoading, WorksAgainAfterItWasUnloaded)
 {
     EXPECT_EQ(Probe({COMMON_LIBRARY, "again"}), "again: 0 threads, 0 files more\n");
     EXPECT_EQ(Probe({COMMON_NOISY_LIBRARY, "again"}).find("again"), std::string::npos);
+}
+
+TEST(LibraryLoading, LeavesStreamsAsTheyAreWhenItIsUnloaded)
+{
+    const CTestDirectory oDirectory;
+    EXPECT_EQ(Probe({COMMON_LIBRARY, "again", oDirectory.PathOf("left").c_str()}), "again: 0 threads, 3 files more\n");
 }
 
 TEST(LibraryLoading, OfALibraryThatDoesAllThatIsNoticed)

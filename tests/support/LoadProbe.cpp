@@ -3,6 +3,7 @@
 //     LoadProbe LIBRARY          prints "loaded: N threads, N files more"
 //     LoadProbe LIBRARY again    uses it, unloads it, and does all that again; then prints "again: N threads, N files
 //                                more", or what did not work
+//     LoadProbe LIBRARY again FILE  the same, and each time leaves a stream open that has written a byte to the file
 
 #include <cstdint>
 #include <cstdio>
@@ -98,9 +99,18 @@ int CountFiles()
 
 namespace
 {
+bool IsEmpty(const char* pFile)
+{
+    std::FILE* const pStream = std::fopen(pFile, "rb");
+    const bool bEmpty = pStream != nullptr && std::fgetc(pStream) == EOF;
+    if (pStream != nullptr)
+        std::fclose(pStream);
+    return bEmpty;
+}
+
 // Uses the library from here and from a thread that ends, as owner of a mutex, when the library is unloaded already.
-// Returns what did not work, null when everything did.
-const char* UseAndUnload(void* pLibrary)
+// Leaves a stream to pFile open, unless that is null. Returns what did not work, null when everything did.
+const char* UseAndUnload(void* pLibrary, const char* pFile)
 {
     const auto pCreate = reinterpret_cast<void* (*)(bool, const char*)>(Find(pLibrary, "SYNC_CreateMutex"));
     const auto pLock = reinterpret_cast<unsigned (*)(void*)>(Find(pLibrary, "SYNC_LockMutex"));
@@ -116,6 +126,14 @@ const char* UseAndUnload(void* pLibrary)
     if (hOwn == nullptr || pLock(hOwn) != 0 || pUnlock(hOwn) == 0 || !pDestroy(hOwn))
         return "a mutex did not work";
 
+    if (pFile != nullptr)
+    {
+        const auto pWrite =
+            reinterpret_cast<unsigned (*)(int, const void*, unsigned, unsigned)>(Find(pLibrary, "FILE_Write"));
+        if (pWrite == nullptr || pWrite(pOpen(pFile, "wb"), "x", 1, 1) != 1)
+            return "a file was not written";
+    }
+
     void* const hThreads = pCreate(false, nullptr);
     std::promise<unsigned> oLocked;
     std::promise<void> oUnloaded;
@@ -129,13 +147,15 @@ const char* UseAndUnload(void* pLibrary)
     const bool bUnloaded = Unload(pLibrary);
     oUnloaded.set_value();
     oThread.join();
+    if (pFile != nullptr && !IsEmpty(pFile))
+        return "what an open stream held was written";
     return !bLocked ? "a thread did not get its mutex" : !bUnloaded ? "it was not unloaded" : nullptr;
 }
 } // namespace
 
 int main(int nArguments, char** ppArguments)
 {
-    const bool bAgain = nArguments == 3 && std::string(ppArguments[2]) == "again";
+    const bool bAgain = nArguments >= 3 && nArguments <= 4 && std::string(ppArguments[2]) == "again";
     if (nArguments != 2 && !bAgain)
         return 2;
 
@@ -150,7 +170,8 @@ int main(int nArguments, char** ppArguments)
             std::printf("cannot load %s\n", ppArguments[1]);
             return 1;
         }
-        const char* const pFailure = bAgain ? UseAndUnload(pLibrary) : nullptr;
+        const char* const pFailure =
+            bAgain ? UseAndUnload(pLibrary, nArguments == 4 ? ppArguments[3] : nullptr) : nullptr;
         if (pFailure != nullptr)
         {
             std::printf("%s\n", pFailure);

@@ -2,6 +2,7 @@
 
 #include <tests/support/ArchiveBytes.h>
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Terminal.h>
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestPaths.h>
 
@@ -162,6 +163,29 @@ TEST(Vqarc, Extracts)
     EXPECT_EQ(RunTool({"extract", "bad.arc", "new"}),
               Outcome(1, "vqarc: bad.arc: Could not create file for writing.\n"));
     EXPECT_FALSE(oDirectory.Has("new/evil"));
+}
+
+TEST(Vqarc, ShowsHowFarItIsAtATerminalOnly)
+{
+    if (!HasTerminals())
+        GTEST_SKIP() << "this system has no terminals of a test's own";
+
+    const CTestDirectory oDirectory;
+    WriteTree(oDirectory, "tree");
+    for (const std::vector<std::string>& aArguments :
+         {std::vector<std::string>{"create", "t.arc", "tree"}, std::vector<std::string>{"extract", "t.arc", "out"}})
+    {
+        std::vector<std::string> aCommand = aArguments;
+        aCommand.insert(aCommand.begin(), GetProgram("vqarc"));
+        const ChildResult oShown = CTerminalChild(aCommand).Wait();
+        EXPECT_EQ(oShown.nExitCode, 0) << oShown.sOutput;
+        for (const char* pPart : {"\r[", "0/5 files  0 B of 288 B", "###] 100 %  5/5 files  288 B of 288 B", "B/s"})
+            EXPECT_TRUE(Contains(oShown.sOutput, pPart)) << pPart << " in " << oShown.sOutput;
+        EXPECT_EQ(oShown.sOutput.substr(oShown.sOutput.size() - 2), "\r\n") << "what follows has a line of its own";
+
+        EXPECT_EQ(RunTool(aArguments), Outcome(0, "")) << "a pipe gets nothing of it";
+    }
+    EXPECT_EQ(oDirectory.Read("t.arc"), Golden());
 }
 
 TEST(Vqarc, PrintsAFile)
