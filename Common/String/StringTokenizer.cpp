@@ -2,6 +2,7 @@
 #include <Common/String/StringTokenizer.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -11,6 +12,7 @@ namespace
 constexpr char END_MARK = '\xFF';
 constexpr int END = -1;
 constexpr int LAST_CHARACTER = 255;
+constexpr std::int32_t LAST_COLUMN = std::numeric_limits<std::int32_t>::max();
 
 bool IsDigit(int nCharacter)
 {
@@ -27,18 +29,60 @@ bool IsLineEnd(int nCharacter)
     return nCharacter == '\n' || nCharacter == '\r';
 }
 
+constexpr std::ptrdiff_t WORD_SIZE = 8;
+constexpr std::uint64_t LOW_BITS = 0x0101010101010101; // of each byte in a word
+constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
+
+std::uint64_t LoadWord(const char* pBytes)
+{
+    std::uint64_t nWord;
+    std::memcpy(&nWord, pBytes, sizeof nWord);
+    return nWord;
+}
+
 /// The first byte of 128 or more, or pEnd.
 const char* FindHighByte(const char* pBegin, const char* pEnd)
 {
-    constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
-    for (; pEnd - pBegin >= 8; pBegin += 8)
-    {
-        std::uint64_t nBytes;
-        std::memcpy(&nBytes, pBegin, sizeof nBytes);
-        if ((nBytes & HIGH_BITS) != 0)
-            break;
-    }
+    while (pEnd - pBegin >= WORD_SIZE && (LoadWord(pBegin) & HIGH_BITS) == 0)
+        pBegin += WORD_SIZE;
     return std::find_if(pBegin, pEnd, [](char c) { return static_cast<signed char>(c) < 0; });
+}
+
+/// The first line feed or carriage return, or pEnd. Lines are short: one pass over a word at a time is done before two
+/// calls that look for one byte each. A word is passed when all of its bytes are beyond both.
+const char* FindLineEnd(const char* pBegin, const char* pEnd)
+{
+    constexpr std::uint64_t BEYOND = LOW_BITS * ('\r' + 1);
+    while (pEnd - pBegin >= WORD_SIZE)
+    {
+        const std::uint64_t nWord = LoadWord(pBegin);
+        const std::uint64_t nNear = (nWord - BEYOND) & ~nWord & HIGH_BITS; // exact up to its lowest bit
+        if (nNear == 0)
+        {
+            pBegin += WORD_SIZE;
+            continue;
+        }
+        pBegin += std::countr_zero(nNear) / 8;
+        if (IsLineEnd(*pBegin))
+            return pBegin;
+        ++pBegin;
+    }
+    return std::find_if(pBegin, pEnd, IsLineEnd);
+}
+
+std::int32_t CountLineFeeds(const char* pBegin, const char* pEnd)
+{
+    // A sum of bytes over a fixed number of them is what compilers make vectors of.
+    constexpr std::ptrdiff_t AT_ONCE = 64;
+    std::int32_t nCount = 0;
+    for (; pEnd - pBegin >= AT_ONCE; pBegin += AT_ONCE)
+    {
+        std::uint8_t nInBlock = 0;
+        for (std::ptrdiff_t i = 0; i < AT_ONCE; ++i)
+            nInBlock = static_cast<std::uint8_t>(nInBlock + (pBegin[i] == '\n' ? 1 : 0));
+        nCount += nInBlock;
+    }
+    return nCount + static_cast<std::int32_t>(std::count(pBegin, pEnd, '\n'));
 }
 
 /// Makes a terminated text lower case, what stands behind zeros in it too.
@@ -73,9 +117,12 @@ char EscapedCharacter(int nCharacter)
 }
 } // namespace
 
-CStringTokenizer::CStringTokenizer(const CVQString& oText) : m_oText(oText)
+CStringTokenizer::CStringTokenizer(const CVQString& oText) : m_oText(END_MARK, static_cast<int>(oText.GetLength() + 1))
 {
-    m_oText += END_MARK;
+    const auto nLength = static_cast<int>(m_oText.GetLength());
+    if (nLength > 1)
+        std::memcpy(m_oText.GetBuffer(nLength), ~oText, static_cast<std::size_t>(nLength - 1));
+    m_oText.ReleaseBuffer(nLength);
     ResetCharacterTypeTable();
     WordChars('a', 'z');
     WordChars('A', 'Z');
@@ -226,8 +273,6 @@ int CStringTokenizer::GetChar()
 /// Keeps line and column for a character that is read.
 void CStringTokenizer::Count(char cRead)
 {
-    constexpr std::int32_t LAST_COLUMN = std::numeric_limits<std::int32_t>::max();
-
     m_bStartOfLine = cRead == '\n';
     if (cRead == '\n')
     {
@@ -245,7 +290,17 @@ void CStringTokenizer::Count(char cRead)
     }
 }
 
-/// Reads all up to a place, which is not beyond the stop.
+/// Reads all up to a place: no tabs and no line feeds, at least one character.
+void CStringTokenizer::MoveInLine(const char* pTo)
+{
+    const auto nCount = static_cast<std::int32_t>(pTo - Here());
+    m_nColumn += std::min(nCount, LAST_COLUMN - m_nColumn);
+    m_nPosition += nCount;
+    m_bStartOfLine = false;
+}
+
+/// Reads all up to a place, which is not beyond the stop. Like all that read on: the character before was read, so the
+/// position is not beyond the stop.
 void CStringTokenizer::MoveTo(const char* pTo)
 {
     constexpr std::ptrdiff_t WORTH_A_SEARCH = 64;
@@ -254,7 +309,7 @@ void CStringTokenizer::MoveTo(const char* pTo)
     if (pTo - pFrom > WORTH_A_SEARCH)
     {
         // Of the lines that are passed whole only the number counts.
-        const auto nLines = static_cast<std::int32_t>(std::count(pFrom, pTo, '\n'));
+        const std::int32_t nLines = CountLineFeeds(pFrom, pTo);
         if (nLines > 0)
         {
             pFrom = std::find(std::make_reverse_iterator(pTo), std::make_reverse_iterator(pFrom), '\n').base();
@@ -266,28 +321,6 @@ void CStringTokenizer::MoveTo(const char* pTo)
     for (; pFrom < pTo; ++pFrom)
         Count(*pFrom);
     m_nPosition = static_cast<std::int32_t>(pTo - ~m_oText);
-}
-
-/// The next line feed or carriage return, or the stop. Like all that read on: the character before was read, so the
-/// position is not beyond the stop.
-const char* CStringTokenizer::FindLineEnd() const
-{
-    // Steps that grow keep the search for the one from running far behind the other.
-    const char* pFrom = Here();
-    std::size_t nStep = 128;
-    while (pFrom < Stop())
-    {
-        std::size_t nCount = std::min(nStep, static_cast<std::size_t>(Stop() - pFrom));
-        const auto* pFeed = static_cast<const char*>(std::memchr(pFrom, '\n', nCount));
-        if (pFeed != nullptr)
-            nCount = static_cast<std::size_t>(pFeed - pFrom);
-        const auto* pReturn = static_cast<const char*>(std::memchr(pFrom, '\r', nCount));
-        if (pReturn != nullptr || pFeed != nullptr)
-            return pReturn != nullptr ? pReturn : pFeed;
-        pFrom += nCount;
-        nStep *= 2;
-    }
-    return pFrom;
 }
 
 int CStringTokenizer::Return(int nType, int nPeek)
@@ -314,6 +347,14 @@ int CStringTokenizer::GetNextToken()
 
         while (IsType(nCharacter, ctBlank))
         {
+            if (nCharacter == ' ' && m_nPosition < m_nStop && *Here() == ' ')
+            {
+                const char* pEnd = Here();
+                while (pEnd < Stop() && *pEnd == ' ')
+                    ++pEnd;
+                MoveInLine(pEnd);
+            }
+
             const bool bReturn = nCharacter == '\r';
             if (nCharacter == '\n' && m_bEolIsSignificant)
                 return Return(TOKEN_END_OF_LINE, NONE);
@@ -414,7 +455,10 @@ int CStringTokenizer::ReadWord(int nCharacter)
     if (m_bLowerCaseMode)
         LowerAll(pTarget, pTarget + nRest + 1);
 
-    MoveTo(pEnd);
+    if (pEnd > Here() && !IsType('\t', ctWord | ctDigit) && !IsType('\n', ctWord | ctDigit))
+        MoveInLine(pEnd);
+    else
+        MoveTo(pEnd);
     return Return(TOKEN_WORD, GetChar());
 }
 
@@ -515,12 +559,15 @@ int CStringTokenizer::ReadTextBlock()
 /// Skips to the end of the line and reads the character that ends it.
 int CStringTokenizer::SkipLine()
 {
-    const char* const pEnd = FindLineEnd();
-    if (pEnd < Stop() && *pEnd == '\n')
-        m_nPosition = static_cast<std::int32_t>(pEnd - ~m_oText); // the line feed makes the column start anew
-    else
+    const char* const pEnd = FindLineEnd(Here(), Stop());
+    if (pEnd == Stop() || *pEnd != '\n')
+    {
         MoveTo(pEnd);
-    return GetChar();
+        return GetChar();
+    }
+    m_nPosition = static_cast<std::int32_t>(pEnd + 1 - ~m_oText); // the line feed makes the column start anew
+    Count('\n');
+    return '\n';
 }
 
 /// Skips a character and all before it.

@@ -164,12 +164,11 @@ private:
     int GetChar();
     void Count(char cRead);
     void MoveTo(const char* pTo);
+    void MoveInLine(const char* pTo);
 
     const char* Here() const { return ~m_oText + m_nPosition; }
 
     const char* Stop() const { return ~m_oText + m_nStop; }
-
-    const char* FindLineEnd() const;
 
     int Return(int nType, int nPeek);
     int ReadNumber(int nCharacter);

@@ -112,6 +112,44 @@ TEST(LexAnalyzer, PushesBackItsOwnToken)
     EXPECT_EQ(oAnalyzer.GetNextToken(), -1);
 }
 
+TEST(LexAnalyzer, ShowsTheValuesOfTheTokenThatWasReadAhead)
+{
+    CLexAnalyzer oAnalyzer("< 5 : w");
+    EXPECT_EQ(oAnalyzer.GetNextToken(), '<');
+    EXPECT_EQ(oAnalyzer.GetNumValue(), 5);
+    EXPECT_EQ(oAnalyzer.GetPosInString(), 4) << "the blank behind the number too";
+    oAnalyzer.PushBack();
+    EXPECT_EQ(oAnalyzer.GetNextToken(), '<');
+    EXPECT_STREQ(~oAnalyzer.GetStringValue(), "'<'");
+    EXPECT_EQ(oAnalyzer.GetNextToken(), NUMBER);
+    EXPECT_EQ(oAnalyzer.GetNextToken(), ':');
+    EXPECT_EQ(oAnalyzer.GetNumValue(), 0);
+    EXPECT_EQ(oAnalyzer.GetNextToken(), WORD);
+}
+
+TEST(LexAnalyzer, GivesTheEndAgainAndAgain)
+{
+    for (const char* pText : {"", "a", "<", ".", "a .", ":", ">", "\"open", "/* c"})
+    {
+        CLexAnalyzer oAnalyzer(pText);
+        for (int nLeft = 10; nLeft > 0 && oAnalyzer.GetNextToken() != -1; --nLeft)
+        {
+        }
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(oAnalyzer.GetNextToken(), -1) << pText;
+        EXPECT_STREQ(~oAnalyzer.GetStringValue(), "EOF");
+    }
+}
+
+TEST(LexAnalyzer, GivesTheCharacterOfAKeywordsNumber)
+{
+    // A number above 255 shows its lowest byte.
+    CLexAnalyzer oAnalyzer("begin");
+    oAnalyzer.InsertKeyword("begin", 256 + 'B');
+    EXPECT_EQ(oAnalyzer.GetNextToken(), 256 + 'B');
+    EXPECT_STREQ(~oAnalyzer.GetStringValue(), "'B'");
+}
+
 TEST(LexAnalyzer, KeepsItsPushedBackTokenOverARewind)
 {
     CLexAnalyzer oAnalyzer("+ a");

@@ -134,9 +134,32 @@ TEST(StringTokenizer, SplitsTexts)
 
 TEST(StringTokenizer, GivesTheEndAgainAndAgain)
 {
-    CStringTokenizer oTokenizer{CVQString()};
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(oTokenizer.GetNextToken(), -1);
+    for (const std::string sText :
+         {"",       " ", "a", "7",  "7.",   "+",      "\"open", "\"open\\", "\"open\\1", "'",       "// c",     "/* c",
+          "/* c *", "/", "{", "{!", "{! b", "{! b !", "\r",     "\n",       "\x80",      "a\x80 b", "\"a\x80 b"})
+    {
+        CStringTokenizer oTokenizer(TextOf(sText));
+        oTokenizer.AllowTextBlocks(true);
+        while (oTokenizer.GetNextToken() != -1)
+        {
+        }
+        const int nPosition = oTokenizer.GetPosInString();
+        const int nColumn = oTokenizer.GetColumnNumber();
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(oTokenizer.GetNextToken(), -1) << sText;
+        EXPECT_EQ(oTokenizer.GetPosInString(), nPosition) << sText;
+        EXPECT_EQ(oTokenizer.GetColumnNumber(), nColumn) << sText;
+        EXPECT_STREQ(~oTokenizer.GetStringValue(), "EOF");
+    }
+}
+
+TEST(StringTokenizer, TakesZerosAsBlanks)
+{
+    const std::string sText("\0a\0b\0\0", 6);
+    EXPECT_EQ(TokensOf(sText), "a b END");
+    EXPECT_EQ(TokensOf("// c" + sText + "\nd /*" + sText + "*/ e"), "d e END");
+    EXPECT_EQ(FirstOf("{!" + sText + "c!}", [](CStringTokenizer& o) { o.AllowTextBlocks(true); }),
+              std::string("a\0b\0\0c", 6));
 }
 
 TEST(StringTokenizer, NumbersItsTokenTypesAndGivesTheirTexts)
@@ -479,6 +502,43 @@ TEST(StringTokenizer, CountsLongCommentsAsItCountsCharacters)
     EXPECT_EQ(oComment.GetColumnNumber(), 4 + 4 + 2 + 1);
 }
 
+TEST(StringTokenizer, FindsTheEndOfALineWhereverItStands)
+{
+    for (const char cFill : {'x', ' ', '\t', '\v', '\x01', '\x0E', '\0'})
+        for (int nLength = 0; nLength < 40; ++nLength)
+            for (const char cEnd : {'\n', '\r'})
+            {
+                const std::string sText = "//" + std::string(static_cast<std::size_t>(nLength), cFill) + cEnd + "+ ";
+                CStringTokenizer oTokenizer(TextOf(sText));
+                oTokenizer.SetTabSize(0);
+                EXPECT_EQ(oTokenizer.GetNextToken(), '+') << nLength;
+                EXPECT_EQ(oTokenizer.GetPosInString(), nLength + 4);
+                EXPECT_EQ(oTokenizer.GetLineNumber(), cEnd == '\n' ? 2 : 1);
+                EXPECT_EQ(oTokenizer.GetColumnNumber(), cEnd == '\n' ? 2 : nLength + 5);
+            }
+}
+
+TEST(StringTokenizer, CountsRunsOfBlanksAndLettersAsItCountsCharacters)
+{
+    CStringTokenizer oTokenizer(TextOf(std::string(50, ' ') + "\t" + std::string(50, 'w') + "   +"));
+    EXPECT_EQ(oTokenizer.GetNextToken(), -4);
+    EXPECT_EQ(oTokenizer.GetColumnNumber(), 52 + 50 + 1);
+    EXPECT_FALSE(oTokenizer.IsStartOfLine());
+    EXPECT_EQ(oTokenizer.GetNextToken(), '+');
+    EXPECT_EQ(oTokenizer.GetColumnNumber(), 52 + 50 + 3 + 1);
+
+    // Words that hold tabs and line feeds count them as such.
+    CStringTokenizer oOdd("a\tb\nc +");
+    oOdd.WordChars('\t', '\n');
+    EXPECT_EQ(oOdd.GetNextToken(), -4);
+    EXPECT_EQ(oOdd.GetLineNumber(), 2);
+    EXPECT_EQ(oOdd.GetColumnNumber(), 3);
+    CStringTokenizer oSpaces("a  b +");
+    oSpaces.WordChars(' ', ' ');
+    EXPECT_EQ(oSpaces.GetNextToken(), -4);
+    EXPECT_STREQ(~oSpaces.GetStringValue(), "a  b ");
+}
+
 TEST(StringTokenizer, StepsToTabStopsOfAnySize)
 {
     for (const auto& [nSize, nColumn] : {std::pair{4, 8}, std::pair{8, 16}, std::pair{1, 3}, std::pair{0, 3},
@@ -526,6 +586,18 @@ TEST(StringTokenizer, TakesThousandsOfCommentsInARow)
     for (int i = 0; i < 50000; ++i)
         sText += i % 2 != 0 ? "//\r" : "/**/";
     EXPECT_EQ(TokensOf(sText + "end"), "end END");
+
+    std::string sOther;
+    for (int i = 0; i < 50000; ++i)
+        sOther += i % 3 == 0 ? "{}" : i % 3 == 1 ? ";\n" : "#\r\n";
+    EXPECT_EQ(TokensOf(sOther + "end",
+                       [](CStringTokenizer& o)
+                       {
+                           o.AllowPascalComments(true);
+                           o.AllowAssemblerComments(true);
+                           o.CommentChar('#');
+                       }),
+              "end END");
 }
 
 TEST(StringTokenizer, TakesHugeTokens)
@@ -542,4 +614,35 @@ TEST(StringTokenizer, TakesHugeTokens)
     }
     EXPECT_EQ(FirstOf(std::string(SIZE, 'w')).size(), SIZE);
     EXPECT_EQ(FirstOf('"' + std::string(SIZE, '\\') + '"').size(), SIZE / 2);
+}
+
+TEST(StringTokenizer, TakesTokensOf100MillionBytes)
+{
+    constexpr int SIZE = 100'000'000;
+
+    struct
+    {
+        const char* pBegin;
+        char cFill;
+        int nToken;
+        long nLength;
+    } const aCases[] = {
+        {"", 'w', -4, SIZE}, {"\"", 'q', '"', SIZE}, {"\"", '\\', '"', SIZE / 2}, {"{!", 'b', -1, 0},
+        {"/*", '*', -1, 0},  {"//", '\t', -1, 0},    {"", '\n', -1, 0},
+    };
+
+    for (const auto& [pBegin, cFill, nToken, nLength] : aCases)
+    {
+        const long nBegin = static_cast<long>(std::strlen(pBegin));
+        CVQString oText(cFill, SIZE + static_cast<int>(nBegin));
+        for (int i = 0; i < nBegin; ++i)
+            oText.SetAt(i, pBegin[i]);
+        COpenTokenizer oTokenizer(oText);
+        oText = CVQString();
+        oTokenizer.AllowTextBlocks(true);
+        EXPECT_EQ(oTokenizer.GetNextToken(), nToken) << pBegin << cFill;
+        EXPECT_EQ(oTokenizer.GetCharacters().GetLength(), nLength) << pBegin << cFill;
+        EXPECT_EQ(oTokenizer.GetNextToken(), -1);
+        EXPECT_EQ(oTokenizer.GetPosInString(), SIZE + nBegin + 1);
+    }
 }
