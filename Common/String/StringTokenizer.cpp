@@ -119,10 +119,9 @@ char EscapedCharacter(int nCharacter)
 
 CStringTokenizer::CStringTokenizer(const CVQString& oText) : m_oText(END_MARK, static_cast<int>(oText.GetLength() + 1))
 {
-    const auto nLength = static_cast<int>(m_oText.GetLength());
-    if (nLength > 1)
-        std::memcpy(m_oText.GetBuffer(nLength), ~oText, static_cast<std::size_t>(nLength - 1));
-    m_oText.ReleaseBuffer(nLength);
+    if (!oText.IsEmpty())
+        std::memcpy(m_oText.GetBuffer(0), ~oText, static_cast<std::size_t>(oText.GetLength()));
+    m_oText.ReleaseBuffer(static_cast<int>(oText.GetLength() + 1));
     ResetCharacterTypeTable();
     WordChars('a', 'z');
     WordChars('A', 'Z');

@@ -627,8 +627,9 @@ TEST(StringTokenizer, TakesTokensOf100MillionBytes)
         int nToken;
         long nLength;
     } const aCases[] = {
-        {"", 'w', -4, SIZE}, {"\"", 'q', '"', SIZE}, {"\"", '\\', '"', SIZE / 2}, {"{!", 'b', -1, 0},
-        {"/*", '*', -1, 0},  {"//", '\t', -1, 0},    {"", '\n', -1, 0},
+        {"", 'w', -4, SIZE},
+        {"\"", '\\', '"', SIZE / 2},
+        {"/*", '*', -1, 0},
     };
 
     for (const auto& [pBegin, cFill, nToken, nLength] : aCases)
