@@ -10,6 +10,8 @@
 #include <Common/Platform/PlatformFile.h>
 
 #include <algorithm>
+#include <array>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -35,7 +37,45 @@ constexpr std::size_t BUFFER_SIZE = std::size_t{1} << 20;
 // Enough problems to show what an archive suffers from.
 constexpr std::size_t MOST_PROBLEMS = 100;
 
-/// A file that is removed at the end, unless it got another name before.
+constexpr int ENDING_SIGNALS[] = {
+    SIGINT,
+    SIGTERM,
+#ifdef SIGHUP
+    SIGHUP,
+#endif
+};
+
+// What a signal that ends the program removes before. Its name is whole while the flag is set.
+std::array<char, 4096> s_aUnfinished;
+volatile std::sig_atomic_t s_bUnfinished = 0;
+
+extern "C" void RemoveUnfinished(int nSignal)
+{
+    if (s_bUnfinished != 0)
+        std::remove(s_aUnfinished.data());
+    std::signal(nSignal, SIG_DFL);
+    std::raise(nSignal);
+}
+
+/// Has the unfinished file removed when a signal ends the program. A signal that is ignored stays so.
+void RemoveOnSignals(const fs::path& oFile)
+{
+    const std::string sName = fs::absolute(oFile).string(); // the current directory changes
+    if (sName.size() >= s_aUnfinished.size())
+        return;
+
+    std::copy(sName.begin(), sName.end(), s_aUnfinished.begin());
+    s_aUnfinished[sName.size()] = '\0';
+    s_bUnfinished = 1;
+    for (const int nSignal : ENDING_SIGNALS)
+    {
+        if (std::signal(nSignal, RemoveUnfinished) == SIG_IGN)
+            std::signal(nSignal, SIG_IGN);
+    }
+}
+
+/// A file that is removed at the end, unless it got another name before; also when a signal ends the program. There is
+/// one at a time.
 class CTemporaryFile
 {
 public:
@@ -49,10 +89,12 @@ public:
             std::snprintf(aSuffix, sizeof(aSuffix), ".%08x.arc", static_cast<unsigned>(oRandom()));
             m_sName = sTarget + aSuffix;
         } while (fs::exists(m_sName));
+        RemoveOnSignals(m_sName);
     }
 
     ~CTemporaryFile()
     {
+        s_bUnfinished = 0;
         std::error_code oError;
         fs::remove(m_sName, oError);
     }

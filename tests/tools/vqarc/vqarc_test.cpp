@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -109,6 +110,31 @@ TEST(Vqarc, LeavesAnOlderArchiveWhenItFails)
 
     EXPECT_EQ(RunTool({"create", "old.arc", "d"}), Outcome(0, ""));
     EXPECT_EQ(oDirectory.Read("old.arc"), Golden());
+}
+
+TEST(Vqarc, LeavesNothingBehindWhenItIsInterrupted)
+{
+    if (!HasTerminals())
+        GTEST_SKIP() << "this system has no terminals of a test's own";
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("old.arc", "old");
+    oDirectory.Write("d/large", "");
+    std::error_code oError;
+    fs::resize_file("d/large", 0xC0000000, oError);
+    if (oError)
+        GTEST_SKIP() << "no file of 3 GiB can be made here: " << oError.message();
+
+    CTerminalChild oChild({GetProgram("vqarc"), "create", "old.arc", "d"});
+    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (NamesIn(".").size() == 2 && std::chrono::steady_clock::now() < oEnd)
+        continue;
+    ASSERT_EQ(NamesIn(".").size(), 3u) << "the new archive stands beside the old one";
+    oChild.Type("\x03");
+    const ChildResult oResult = oChild.Wait();
+    EXPECT_EQ(oResult.nExitCode, -1) << "it ends by the signal; " << oResult.sOutput;
+    EXPECT_EQ(oDirectory.Read("old.arc"), "old");
+    EXPECT_EQ(NamesIn("."), (std::vector<std::string>{"d", "old.arc"}));
 }
 
 TEST(Vqarc, WarnsOfNamesThatAreNotFoundLater)
