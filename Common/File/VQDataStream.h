@@ -133,8 +133,7 @@ public:
     /// @throws CVQDataStreamException  5003, 5001
     void Put(const void* pData, unsigned long nSize)
     {
-        Put(pData, m_oIterator, nSize);
-        m_oIterator.Advance(nSize);
+        m_oIterator.m_nPosition = Put(pData, m_oIterator.m_nPosition, nSize);
     }
 
     /// Reads bytes at the position and moves behind them.
@@ -142,11 +141,7 @@ public:
     /// The end is that of the block, not that of the data. Kept: callers rely on it.
     ///
     /// @throws CVQDataStreamException  5000, 5002
-    void Get(void* pData, unsigned long nSize)
-    {
-        Get(pData, m_oIterator, nSize);
-        m_oIterator.Advance(nSize);
-    }
+    void Get(void* pData, unsigned long nSize) { m_oIterator.m_nPosition = Get(pData, m_oIterator.m_nPosition, nSize); }
 
     /// Moves the position forward, without any check.
     void Advance(unsigned long nSize) noexcept { m_oIterator.Advance(nSize); }
@@ -242,52 +237,55 @@ private:
         bool m_bOwnsData;
     };
 
-    // The sizes of values are asked for first: most calls have one of them, and the compiler knows which.
-    void Put(const void* pData, Iterator& oIterator, unsigned long nSize)
+    // What writes and reads at a position tells the one behind it. The sizes of values are asked for first: most calls
+    // have one of them, and the compiler knows which.
+    std::uint32_t Put(const void* pData, std::uint32_t nPosition, unsigned long nSize)
     {
         if (nSize == sizeof(std::uint32_t))
-            PutValue<std::uint32_t>(pData, oIterator);
-        else if (nSize == sizeof(std::uint8_t))
-            PutValue<std::uint8_t>(pData, oIterator);
-        else
-            PutBytes(pData, oIterator, nSize);
+            return PutValue<std::uint32_t>(pData, nPosition);
+        if (nSize == sizeof(std::uint8_t))
+            return PutValue<std::uint8_t>(pData, nPosition);
+        return PutBytes(pData, nPosition, nSize);
     }
 
     template <class TValue>
-    void PutValue(const void* pData, Iterator& oIterator)
+    std::uint32_t PutValue(const void* pData, std::uint32_t nPosition)
     {
         TValue nValue;
         std::memcpy(&nValue, pData, sizeof(nValue)); // what is shown to no other function can stay in a register
 
-        const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + sizeof(nValue);
+        const std::uint64_t nEnd = std::uint64_t{nPosition} + sizeof(nValue);
         if (nEnd > m_nWritable)
-            MakeRoom(oIterator.m_nPosition, nullptr, sizeof(nValue));
+            MakeRoom(nPosition, nullptr, sizeof(nValue));
 
         if (nEnd > m_nSize)
             m_nSize = static_cast<std::uint32_t>(nEnd);
-        std::memcpy(m_pBytes + oIterator.m_nPosition, &nValue, sizeof(nValue));
+        std::memcpy(m_pBytes + nPosition, &nValue, sizeof(nValue));
+        return static_cast<std::uint32_t>(nEnd);
     }
 
-    void PutBytes(const void* pData, Iterator& oIterator, unsigned long nSize)
+    std::uint32_t PutBytes(const void* pData, std::uint32_t nPosition, unsigned long nSize)
     {
-        const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + nSize;
+        const std::uint64_t nEnd = std::uint64_t{nPosition} + nSize;
         if (nEnd > m_nWritable || nEnd < nSize || nSize == 0)
-            pData = MakeRoom(oIterator.m_nPosition, pData, nSize);
+            pData = MakeRoom(nPosition, pData, nSize);
 
         if (nEnd > m_nSize)
             m_nSize = static_cast<std::uint32_t>(nEnd);
         if (nSize != 0)
-            std::memmove(m_pBytes + oIterator.m_nPosition, pData, nSize);
+            std::memmove(m_pBytes + nPosition, pData, nSize);
+        return static_cast<std::uint32_t>(nEnd);
     }
 
-    void Get(void* pData, Iterator& oIterator, unsigned long nSize)
+    std::uint32_t Get(void* pData, std::uint32_t nPosition, unsigned long nSize)
     {
-        const std::uint64_t nEnd = std::uint64_t{oIterator.m_nPosition} + nSize;
+        const std::uint64_t nEnd = std::uint64_t{nPosition} + nSize;
         if (nEnd > m_nReadable || nEnd < nSize || nSize == 0)
-            RequireData(oIterator.m_nPosition, nSize);
+            RequireData(nPosition, nSize);
 
         if (nSize != 0)
-            std::memcpy(pData, m_pBytes + oIterator.m_nPosition, nSize);
+            std::memcpy(pData, m_pBytes + nPosition, nSize);
+        return static_cast<std::uint32_t>(nEnd);
     }
 
     Iterator Begin() noexcept;
@@ -336,8 +334,7 @@ inline void CVQDataStream::Iterator::Put(const void* pData, unsigned long nSize)
     if (m_pStream == nullptr)
         ThrowWriteWhileLoading();
 
-    m_pStream->Put(pData, *this, nSize);
-    Advance(nSize);
+    m_nPosition = m_pStream->Put(pData, m_nPosition, nSize);
 }
 
 inline void CVQDataStream::Iterator::Get(void* pData, unsigned long nSize)
@@ -345,8 +342,7 @@ inline void CVQDataStream::Iterator::Get(void* pData, unsigned long nSize)
     if (m_pStream == nullptr)
         ThrowReadBehindEnd();
 
-    m_pStream->Get(pData, *this, nSize);
-    Advance(nSize);
+    m_nPosition = m_pStream->Get(pData, m_nPosition, nSize);
 }
 
 inline unsigned long CVQDataStream::Iterator::GetSize() const noexcept
