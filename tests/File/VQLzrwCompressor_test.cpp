@@ -2,6 +2,7 @@
 
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestPaths.h>
+#include <tests/support/VirtualSlot.h>
 
 #include <gtest/gtest.h>
 
@@ -120,6 +121,16 @@ std::string Golden(const std::string& oName)
 
 static_assert(!std::has_virtual_destructor_v<IVQCompressor>);
 static_assert(std::has_virtual_destructor_v<CVQLzrwCompressor>);
+
+TEST(VQLzrwCompressor, KeepsItsSlotsInOrder)
+{
+    EXPECT_EQ(VirtualSlot(&IVQCompressor::SetSource), 0u);
+    EXPECT_EQ(VirtualSlot(&IVQCompressor::SetDestination), 1u);
+    EXPECT_EQ(VirtualSlot(&IVQCompressor::Compress), 2u);
+    EXPECT_EQ(VirtualSlot(&IVQCompressor::Decompress), 3u);
+    EXPECT_EQ(VirtualSlot(&CVQLzrwCompressor::SetSource), 0u);
+    EXPECT_EQ(VirtualSlot(&CVQLzrwCompressor::Decompress), 3u);
+}
 
 TEST(VQLzrwCompressor, WritesTheGoldenBlocks)
 {
@@ -396,6 +407,28 @@ TEST(VQLzrwCompressor, RefusesMissingBuffersAndNegativeSizes)
     CVQLzrwCompressor oFresh;
     EXPECT_EQ(oFresh.Compress(), -1) << "four bytes of an empty block do not fit nowhere";
     EXPECT_EQ(oFresh.Decompress(), -1);
+}
+
+TEST(VQLzrwCompressor, SurvivesDamageToAnyByte)
+{
+    std::mt19937 oRandom(13);
+    const std::string oText = RandomText(oRandom, 900, 3);
+    const std::string oBlock = Compressed(oText);
+    ASSERT_EQ(oBlock[0], 0);
+    int nRefused = 0;
+    for (std::size_t nAt = 0; nAt < oBlock.size(); ++nAt)
+        for (const int nDamage : {0x01, 0x10, 0x80, 0xFF})
+        {
+            std::string oDamaged = oBlock;
+            oDamaged[nAt] = static_cast<char>(oDamaged[nAt] ^ nDamage);
+            const SResult oResult = DecompressInto(oDamaged, 900);
+            EXPECT_GE(oResult.nSize, -1);
+            EXPECT_LE(oResult.nSize, 900);
+            nRefused += oResult.nSize == -1;
+        }
+    EXPECT_GT(nRefused, 0);
+    for (std::size_t nSize = 0; nSize < oBlock.size(); ++nSize)
+        EXPECT_LT(DecompressInto(oBlock.substr(0, nSize), 900).nSize, 900) << nSize;
 }
 
 TEST(VQLzrwCompressor, SurvivesRandomBlocks)

@@ -1,5 +1,7 @@
 #include <Common/String/LexAnalyzer.h>
 
+#include <tests/support/VirtualSlot.h>
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -23,6 +25,13 @@ std::vector<int> TokensOf(const char* pText)
     return oTokens;
 }
 } // namespace
+
+TEST(LexAnalyzer, KeepsTheSlotsOfTheTokenizer)
+{
+    EXPECT_EQ(VirtualSlot(&CLexAnalyzer::PushBack), 3u);
+    EXPECT_EQ(VirtualSlot(&CLexAnalyzer::GetNextToken), 4u);
+    EXPECT_EQ(VirtualSlot(&CLexAnalyzer::GetStringValue), 5u);
+}
 
 TEST(LexAnalyzer, JoinsOperators)
 {

@@ -1,5 +1,7 @@
 #include <Common/String/StringTokenizer.h>
 
+#include <tests/support/VirtualSlot.h>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -94,6 +96,47 @@ void Expect(const std::vector<SCase>& oCases, const Setup& oSetup = {})
         EXPECT_EQ(TokensOf(pText, oSetup), pTokens) << pText;
 }
 } // namespace
+
+TEST(StringTokenizer, KeepsItsSlotsInOrder)
+{
+    EXPECT_EQ(VirtualSlot(&CStringTokenizer::Rewind), 2u); // behind the two of the destructor
+    EXPECT_EQ(VirtualSlot(&CStringTokenizer::PushBack), 3u);
+    EXPECT_EQ(VirtualSlot(&CStringTokenizer::GetNextToken), 4u);
+    EXPECT_EQ(VirtualSlot(&CStringTokenizer::GetStringValue), 5u);
+}
+
+TEST(StringTokenizer, StandsAtTheBeginningBeforeTheFirstToken)
+{
+    const COpenTokenizer oTokenizer("text");
+    EXPECT_EQ(oTokenizer.GetPosInString(), 0);
+    EXPECT_EQ(oTokenizer.GetLineNumber(), 1);
+    EXPECT_EQ(oTokenizer.GetColumnNumber(), 1);
+    EXPECT_TRUE(oTokenizer.IsStartOfLine());
+    EXPECT_EQ(oTokenizer.GetNumValue(), 0);
+    EXPECT_TRUE(oTokenizer.GetCharacters().IsEmpty());
+}
+
+TEST(StringTokenizer, StepsFromColumn1To4AndFrom4To8)
+{
+    CStringTokenizer oTokenizer("\t\t");
+    oTokenizer.OrdinaryChar('\t');
+    EXPECT_EQ(oTokenizer.GetNextToken(), '\t');
+    EXPECT_EQ(oTokenizer.GetColumnNumber(), 4);
+    EXPECT_EQ(oTokenizer.GetNextToken(), '\t');
+    EXPECT_EQ(oTokenizer.GetColumnNumber(), 8);
+}
+
+TEST(StringTokenizer, StartsWithThisTable)
+{
+    for (int c = 1; c <= 255; ++c)
+    {
+        const bool bLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c >= 160;
+        const bool bDigit = c >= '0' && c <= '9';
+        CStringTokenizer oTokenizer(TextOf(std::string(1, static_cast<char>(c))));
+        oTokenizer.AllowHighCharacters(true);
+        EXPECT_EQ(oTokenizer.GetNextToken(), c <= 32 ? -1 : bLetter ? -4 : bDigit ? -2 : c) << c;
+    }
+}
 
 TEST(StringTokenizer, SplitsTexts)
 {
