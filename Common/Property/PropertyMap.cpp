@@ -1,8 +1,7 @@
 #include <Common/Property/PropertyMap.h>
 
 #include <Common/Property/PropertyRecord.h>
-
-#include <algorithm>
+#include <Common/Property/PropertyText.h>
 
 namespace
 {
@@ -12,9 +11,9 @@ constexpr long NO_POSITION = -1;
 
 CPropertyMap::CPropertyMap(const CPropertyMap& oOther)
 {
-    m_aSlots.reserve(oOther.GetCount());
-    for (const auto& [oName, oEntry] : oOther.m_oEntries)
-        Insert(m_oEntries.end(), oName, oEntry.m_oValue);
+    m_aOrder.reserve(oOther.GetCount());
+    for (const TEntries::value_type* pEntry : oOther.GetOrder())
+        Insert(m_oEntries.end(), pEntry->first, pEntry->second);
 }
 
 std::unique_ptr<CPropertyMap> CPropertyMap::Copy(const std::unique_ptr<CPropertyMap>& pOther)
@@ -22,10 +21,24 @@ std::unique_ptr<CPropertyMap> CPropertyMap::Copy(const std::unique_ptr<CProperty
     return pOther != nullptr && pOther->GetCount() != 0 ? std::make_unique<CPropertyMap>(*pOther) : nullptr;
 }
 
+CPropertyMap& CPropertyMap::Demand(std::unique_ptr<CPropertyMap>& pMap)
+{
+    if (pMap == nullptr)
+        pMap = std::make_unique<CPropertyMap>();
+    return *pMap;
+}
+
+CVQProperty& CPropertyMap::NewMissing()
+{
+    auto* const pMissing = new CVQProperty;
+    pMissing->MakeSlots();
+    return *pMissing;
+}
+
 CVQProperty* CPropertyMap::Find(const CVQString& oName)
 {
-    const auto itFound = m_oEntries.find(oName);
-    return itFound != m_oEntries.end() ? &itFound->second.m_oValue : nullptr;
+    const auto itFound = m_oEntries.find(Text(oName));
+    return itFound != m_oEntries.end() ? &itFound->second : nullptr;
 }
 
 CVQProperty* CPropertyMap::Find(const char* pName)
@@ -34,93 +47,71 @@ CVQProperty* CPropertyMap::Find(const char* pName)
         return Find(CVQString(pName));
 
     const auto itFound = m_oEntries.find(pName);
-    return itFound != m_oEntries.end() ? &itFound->second.m_oValue : nullptr;
+    return itFound != m_oEntries.end() ? &itFound->second : nullptr;
 }
 
 CVQProperty& CPropertyMap::FindOrAdd(const CVQString& oName)
 {
-    auto itFound = m_oEntries.lower_bound(oName);
-    if (itFound == m_oEntries.end() || SLess()(oName, itFound->first))
-        itFound = Insert(itFound, oName, CVQProperty());
-    return itFound->second.m_oValue;
+    auto itFound = m_oEntries.lower_bound(Text(oName));
+    if (itFound == m_oEntries.end() || SLess()(Text(oName), itFound->first))
+        return Insert(itFound, oName);
+    return itFound->second;
 }
 
-void CPropertyMap::Set(const CVQString& oName, const CVQProperty& oValue)
+void CPropertyMap::Remove(const CVQString& oName)
 {
-    const auto itFound = m_oEntries.lower_bound(oName);
-    if (itFound == m_oEntries.end() || SLess()(oName, itFound->first))
-        Insert(itFound, oName, oValue);
-    else
-        itFound->second.m_oValue = oValue;
-}
-
-bool CPropertyMap::Remove(const CVQString& oName)
-{
-    const auto itFound = m_oEntries.find(oName);
+    const auto itFound = m_oEntries.find(Text(oName));
     if (itFound == m_oEntries.end())
-        return false;
+        return;
 
-    const std::uint32_t nSlot = itFound->second.m_nSlot;
-    m_aFreeSlots.push_back(nSlot);
-    m_aSlots[nSlot] = m_oEntries.end();
+    m_aOrder.clear();
     m_oEntries.erase(itFound);
-    return true;
-}
-
-void CPropertyMap::RemoveAll() noexcept
-{
-    m_oEntries.clear();
-    m_aSlots.clear();
-    m_aFreeSlots.clear();
 }
 
 bool CPropertyMap::GetFirst(CVQString& oName, CVQProperty& oValue, long& nPosition) const
 {
-    const auto itFirst = m_oEntries.begin();
-    if (itFirst == m_oEntries.end())
+    if (m_oEntries.empty())
         return false;
 
-    oName = itFirst->first;
-    oValue = itFirst->second.m_oValue;
-    nPosition = static_cast<long>(itFirst->second.m_nSlot);
+    Tell(*m_oEntries.begin(), oName, oValue);
+    nPosition = 0;
     return true;
 }
 
 bool CPropertyMap::GetNext(CVQString& oName, CVQProperty& oValue, long& nPosition) const
 {
-    const bool bSlot = nPosition >= 0 && static_cast<unsigned long>(nPosition) < m_aSlots.size();
-    TEntries::const_iterator itNext = bSlot ? m_aSlots[static_cast<std::size_t>(nPosition)] : m_oEntries.end();
-    if (itNext != m_oEntries.end())
-        ++itNext;
-    if (itNext == m_oEntries.end())
+    if (nPosition < 0 || static_cast<unsigned long>(nPosition) >= m_oEntries.size() - 1 || m_oEntries.empty())
     {
         nPosition = NO_POSITION;
         return false;
     }
 
-    oName = itNext->first;
-    oValue = itNext->second.m_oValue;
-    nPosition = static_cast<long>(itNext->second.m_nSlot);
+    Tell(*GetOrder()[static_cast<std::size_t>(nPosition) + 1], oName, oValue);
+    ++nPosition;
     return true;
 }
 
 bool CPropertyMap::IsDeeperThan(unsigned nLevels) const
 {
-    return std::any_of(m_oEntries.begin(), m_oEntries.end(),
-                       [nLevels](const auto& oEntry) { return oEntry.second.m_oValue.IsDeeperThan(nLevels); });
+    return !VisitWhile([nLevels](const SName&, const CVQProperty& oValue) { return !oValue.IsDeeperThan(nLevels); });
 }
 
-void CPropertyMap::Store(const CPropertyMap* pMap, CVQDataStream& oStream, unsigned nDepth)
+void CPropertyMap::Store(const CPropertyMap* pMap, CStreamWriter& oWriter, unsigned nDepth)
 {
-    PropertyRecord::Put(oStream, static_cast<std::uint32_t>(pMap != nullptr ? pMap->GetCount() : 0));
+    oWriter.Put(static_cast<std::uint32_t>(pMap != nullptr ? pMap->GetCount() : 0));
     if (pMap == nullptr)
         return;
 
-    for (const auto& [oName, oEntry] : pMap->m_oEntries)
-    {
-        WriteStreamString(oStream, oName);
-        oEntry.m_oValue.StoreVersioned(oStream, nDepth);
-    }
+    pMap->VisitWhile(
+        [&oWriter, nDepth](const SName& oName, const CVQProperty& oValue)
+        {
+            if (oName.m_pLocalised != nullptr)
+                oWriter.PutText(*oName.m_pLocalised);
+            else
+                oWriter.PutText(oName.m_sText);
+            oValue.StoreVersioned(oWriter, nDepth);
+            return true;
+        });
 }
 
 void CPropertyMap::Load(std::unique_ptr<CPropertyMap>& pMap, CVQDataStream& oStream, unsigned nDepth)
@@ -128,40 +119,122 @@ void CPropertyMap::Load(std::unique_ptr<CPropertyMap>& pMap, CVQDataStream& oStr
     const std::uint64_t nLeast = PropertyRecord::WORD_SIZE + CVQProperty::GetLeastSize(); // length of the name
     for (std::uint32_t nRest = PropertyRecord::GetCount(oStream, nLeast); nRest != 0; --nRest)
     {
-        CVQString oName;
-        ReadStreamString(oStream, oName);
+        SName oName = LoadName(oStream);
         CVQProperty oValue;
         oValue.LoadVersioned(oStream, nDepth);
         Demand(pMap).Append(std::move(oName), std::move(oValue));
     }
 }
 
-bool CPropertyMap::Write(const CPropertyMap* pMap, CFileIO& oFile)
+bool CPropertyMap::Write(const CPropertyMap* pMap, CFileWriter& oWriter)
 {
-    if (!oFile.Write(static_cast<int>(pMap != nullptr ? pMap->GetCount() : 0)))
+    if (!oWriter.Write(static_cast<std::int32_t>(pMap != nullptr ? pMap->GetCount() : 0)))
         return false;
-    return pMap == nullptr || std::all_of(pMap->m_oEntries.begin(), pMap->m_oEntries.end(),
-                                          [&oFile](const auto& oEntry)
-                                          { return oFile.Write(oEntry.first) && oEntry.second.m_oValue.Write(oFile); });
+    return pMap == nullptr ||
+           pMap->VisitWhile([&oWriter](const SName& oName, const CVQProperty& oValue)
+                            { return oWriter.Write(std::string_view(oName.m_sText)) && oValue.Write(oWriter); });
 }
 
-bool CPropertyMap::Read(std::unique_ptr<CPropertyMap>& pMap, CFileIO& oFile, unsigned nDepth)
+bool CPropertyMap::Read(std::unique_ptr<CPropertyMap>& pMap, CFileReader& oReader, unsigned nDepth)
 {
     std::int32_t nCount = 0;
-    PropertyRecord::Read(oFile, nCount);
+    oReader.Read(nCount);
     for (std::int32_t i = 0; i < nCount; ++i)
     {
-        CVQString oName;
+        SName oName;
         CVQProperty oValue;
-        if (!PropertyRecord::Read(oFile, oName))
+        if (!oReader.Read(oName.m_sText))
             break;
 
-        const auto nResult = oValue.Read(oFile, nDepth);
+        const auto nResult = oValue.Read(oReader, nDepth);
         if (nResult == CVQProperty::EResult::TooDeep)
             return false;
         if (nResult == CVQProperty::EResult::Failed)
             break;
-        Demand(pMap).SetMoved(oName, oValue);
+
+        CPropertyMap& oMap = Demand(pMap);
+        TEntries& oEntries = oMap.m_oEntries;
+        const bool bLast = oEntries.empty() || SLess()(oEntries.rbegin()->first, oName);
+        const auto itFound = bLast ? oEntries.end() : oEntries.lower_bound(oName);
+        if (itFound != oEntries.end() && !SLess()(oName, itFound->first))
+            itFound->second.AssignMoved(oValue);
+        else
+            oMap.Insert(itFound, std::move(oName), std::move(oValue));
+    }
+    return true;
+}
+
+CPropertyMap::SName::SName(const CVQString& oName)
+    : m_sText(PropertyRecord::View(oName)),
+      m_pLocalised(oName.HasStringId() ? std::make_unique<CVQString>(oName) : nullptr)
+{
+}
+
+CPropertyMap::SName::SName(const SName& oOther)
+    : m_sText(oOther.m_sText),
+      m_pLocalised(oOther.m_pLocalised != nullptr ? std::make_unique<CVQString>(*oOther.m_pLocalised) : nullptr)
+{
+}
+
+void CPropertyMap::Tell(const TEntries::value_type& oEntry, CVQString& oName, CVQProperty& oValue)
+{
+    if (oEntry.first.m_pLocalised != nullptr)
+        oName = *oEntry.first.m_pLocalised;
+    else
+        oName = PropertyText::Make(oEntry.first.m_sText);
+    oValue = oEntry.second;
+}
+
+CPropertyMap::SName CPropertyMap::LoadName(CVQDataStream& oStream)
+{
+    SName oName;
+    const std::int32_t nLength = PropertyRecord::PeekWord(oStream);
+    if (nLength == PropertyRecord::LOCALISED)
+    {
+        CVQString oText;
+        ReadStreamString(oStream, oText);
+        return SName(oText);
+    }
+
+    oStream.Advance(PropertyRecord::WORD_SIZE);
+    if (nLength > 0)
+    {
+        oStream.RequireReadable(static_cast<std::uint32_t>(nLength));
+        oName.m_sText.assign(reinterpret_cast<const char*>(oStream.GetIteratorBuffer()),
+                             static_cast<std::size_t>(nLength));
+        oStream.Advance(static_cast<std::uint32_t>(nLength));
+    }
+    return oName;
+}
+
+const CPropertyMap::TOrder& CPropertyMap::GetOrder() const
+{
+    if (m_aOrder.size() != m_oEntries.size())
+    {
+        m_aOrder.clear();
+        m_aOrder.reserve(m_oEntries.size());
+        for (const auto& oEntry : m_oEntries)
+            m_aOrder.push_back(&oEntry);
+    }
+    return m_aOrder;
+}
+
+/// Calls Visit(name, property) for each entry in order, as long as it gives true; tells whether it always did.
+template <class TVisit>
+bool CPropertyMap::VisitWhile(const TVisit& Visit) const
+{
+    constexpr std::size_t AHEAD = 6; // entries that are on their way from memory while one is visited
+
+    const TOrder& aOrder = GetOrder();
+    for (std::size_t i = 0; i < aOrder.size(); ++i)
+    {
+        if (i + AHEAD < aOrder.size())
+        {
+            __builtin_prefetch(&aOrder[i + AHEAD]->first);
+            __builtin_prefetch(&aOrder[i + AHEAD]->second);
+        }
+        if (!Visit(aOrder[i]->first, aOrder[i]->second))
+            return false;
     }
     return true;
 }
@@ -169,43 +242,45 @@ bool CPropertyMap::Read(std::unique_ptr<CPropertyMap>& pMap, CFileIO& oFile, uns
 /// Adds an entry where there is none of its name.
 ///
 /// @param itBehind  the entry that it comes before
-template <class TName, class TValue>
-CPropertyMap::TEntries::iterator CPropertyMap::Insert(TEntries::iterator itBehind, TName&& oName, TValue&& oValue)
+template <class TName, class... TArguments>
+CVQProperty& CPropertyMap::Insert(TEntries::iterator itBehind, TName&& oName, TArguments&&... oArguments)
 {
-    const bool bNewSlot = m_aFreeSlots.empty();
-    if (bNewSlot)
-        m_aSlots.push_back(m_oEntries.end());
-    const auto nSlot = bNewSlot ? static_cast<std::uint32_t>(m_aSlots.size() - 1) : m_aFreeSlots.back();
+    // Behind all others the order goes on; elsewhere it ends.
+    const bool bOrdered = itBehind == m_oEntries.end() && m_aOrder.size() == m_oEntries.size();
+    if (bOrdered)
+        m_aOrder.push_back(nullptr);
+    else
+        m_aOrder.clear();
 
     TEntries::iterator itNew;
     try
     {
         itNew = m_oEntries.emplace_hint(itBehind, std::piecewise_construct,
                                         std::forward_as_tuple(std::forward<TName>(oName)),
-                                        std::forward_as_tuple(std::forward<TValue>(oValue), nSlot));
+                                        std::forward_as_tuple(std::forward<TArguments>(oArguments)...));
     }
     catch (...)
     {
-        if (bNewSlot)
-            m_aSlots.pop_back();
+        m_aOrder.clear();
         throw;
     }
-
-    if (!bNewSlot)
-        m_aFreeSlots.pop_back();
-    m_aSlots[nSlot] = itNew;
-    return itNew;
+    if (bOrdered)
+        m_aOrder.back() = &*itNew;
+    return itNew->second;
 }
 
 /// Takes an entry that comes, if all is well, behind all others. One of the same name is replaced.
-void CPropertyMap::Append(CVQString&& oName, CVQProperty&& oValue)
+void CPropertyMap::Append(SName&& oName, CVQProperty&& oValue)
 {
-    if (m_oEntries.empty() || SLess()(m_oEntries.rbegin()->first, oName))
+    auto itBehind = m_oEntries.end();
+    if (!m_oEntries.empty() && !SLess()(m_oEntries.rbegin()->first, oName))
     {
-        Insert(m_oEntries.end(), std::move(oName), std::move(oValue));
-        return;
+        itBehind = m_oEntries.lower_bound(oName);
+        if (!SLess()(oName, itBehind->first))
+        {
+            m_aOrder.clear();
+            itBehind = m_oEntries.erase(itBehind);
+        }
     }
-
-    Remove(oName);
-    Insert(m_oEntries.lower_bound(oName), std::move(oName), std::move(oValue));
+    Insert(itBehind, std::move(oName), std::move(oValue));
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,13 @@ public:
 
     /// A copy of a map that may not be there, as its owners hold theirs; null for one without entries.
     static std::unique_ptr<CPropertyMap> Copy(const std::unique_ptr<CPropertyMap>& pOther);
+
+    /// The map of an owner, which begins without one.
+    static CPropertyMap& Demand(std::unique_ptr<CPropertyMap>& pMap);
+
+    /// A property that stands for all that are missing. It is never destroyed, because destructors of static objects
+    /// may ask for it, and it is read without being changed.
+    static CVQProperty& NewMissing();
 
     std::size_t GetCount() const noexcept { return m_oEntries.size(); }
 
@@ -50,46 +58,37 @@ public:
         return oMissing;
     }
 
-    /// The map of an owner, which begins without one.
-    static CPropertyMap& Demand(std::unique_ptr<CPropertyMap>& pMap)
-    {
-        if (pMap == nullptr)
-            pMap = std::make_unique<CPropertyMap>();
-        return *pMap;
-    }
-
     /// The property of a name; an undefined one is added when there is none.
     CVQProperty& FindOrAdd(const CVQString& oName);
 
     /// Adds a copy, or assigns to the property of that name.
-    void Set(const CVQString& oName, const CVQProperty& oValue);
+    void Set(const CVQString& oName, const CVQProperty& oValue) { FindOrAdd(oName) = oValue; }
 
     /// The same with a property that is not needed any more.
     void SetMoved(const CVQString& oName, CVQProperty& oValue) { FindOrAdd(oName).AssignMoved(oValue); }
 
-    bool Remove(const CVQString& oName);
-    void RemoveAll() noexcept;
+    void Remove(const CVQString& oName);
 
     /// @name Going through the entries
-    /// A position is the number of the entry's slot.
+    /// A position is the number of entries before it.
     /// @{
     bool GetFirst(CVQString& oName, CVQProperty& oValue, long& nPosition) const;
     bool GetNext(CVQString& oName, CVQProperty& oValue, long& nPosition) const;
 
     /// @}
 
-    /// Calls Visit(name, property) for each entry in order.
+    /// Calls Visit(name as bytes, property) for each entry in order.
     template <class TVisit>
     void ForEach(const TVisit& Visit) const
     {
-        for (const auto& [oName, oEntry] : m_oEntries)
-            Visit(oName, oEntry.m_oValue);
+        for (const TEntries::value_type* pEntry : GetOrder())
+            Visit(pEntry->first.m_sText, pEntry->second);
     }
 
     bool IsDeeperThan(unsigned nLevels) const;
 
     /// Writes number and entries of a map that may not be there.
-    static void Store(const CPropertyMap* pMap, CVQDataStream& oStream, unsigned nDepth);
+    static void Store(const CPropertyMap* pMap, CStreamWriter& oWriter, unsigned nDepth);
     /// Reads a number and so many entries, in addition to those that are there. What was read whole stays when it
     /// throws.
     static void Load(std::unique_ptr<CPropertyMap>& pMap, CVQDataStream& oStream, unsigned nDepth);
@@ -97,22 +96,24 @@ public:
     /// Writes number and entries of a map that may not be there.
     ///
     /// @return false when a write failed
-    static bool Write(const CPropertyMap* pMap, CFileIO& oFile);
+    static bool Write(const CPropertyMap* pMap, CFileWriter& oWriter);
     /// Reads a number and so many entries, in addition to those that are there, until the file ends.
     ///
     /// @return false when something is nested too deeply
-    static bool Read(std::unique_ptr<CPropertyMap>& pMap, CFileIO& oFile, unsigned nDepth);
+    static bool Read(std::unique_ptr<CPropertyMap>& pMap, CFileReader& oReader, unsigned nDepth);
 
 private:
-    struct SEntry
+    /// A name. Short ones stand in the entry itself, where looking for them is fastest.
+    struct SName
     {
-        template <class TValue>
-        SEntry(TValue&& oValue, std::uint32_t nSlot) : m_oValue(std::forward<TValue>(oValue)), m_nSlot(nSlot)
-        {
-        }
+        SName() = default;
+        explicit SName(const CVQString& oName);
+        SName(const SName& oOther);
+        SName(SName&&) noexcept = default;
+        SName& operator=(const SName&) = delete;
 
-        CVQProperty m_oValue;
-        std::uint32_t m_nSlot;
+        std::string m_sText;
+        std::unique_ptr<CVQString> m_pLocalised; // the string that it was, when that has a string id
     };
 
     /// The order of names: that of their texts, which end at the first zero.
@@ -120,7 +121,7 @@ private:
     {
         using is_transparent = void;
 
-        static const char* Text(const CVQString& oName) noexcept { return ~oName != nullptr ? ~oName : ""; }
+        static const char* Text(const SName& oName) noexcept { return oName.m_sText.c_str(); }
 
         static const char* Text(const char* pName) noexcept { return pName; }
 
@@ -131,13 +132,23 @@ private:
         }
     };
 
-    using TEntries = std::map<CVQString, SEntry, SLess>;
+    using TEntries = std::map<SName, CVQProperty, SLess>;
 
-    template <class TName, class TValue>
-    TEntries::iterator Insert(TEntries::iterator itBehind, TName&& oName, TValue&& oValue);
-    void Append(CVQString&& oName, CVQProperty&& oValue);
+    static const char* Text(const CVQString& oName) noexcept { return ~oName != nullptr ? ~oName : ""; }
+
+    using TOrder = std::vector<const TEntries::value_type*>;
+
+    static void Tell(const TEntries::value_type& oEntry, CVQString& oName, CVQProperty& oValue);
+    static SName LoadName(CVQDataStream& oStream);
+    const TOrder& GetOrder() const;
+    template <class TVisit>
+    bool VisitWhile(const TVisit& Visit) const;
+    template <class TName, class... TArguments>
+    CVQProperty& Insert(TEntries::iterator itBehind, TName&& oName, TArguments&&... oArguments);
+    void Append(SName&& oName, CVQProperty&& oValue);
 
     TEntries m_oEntries;
-    std::vector<TEntries::iterator> m_aSlots; // end() for one that is free
-    std::vector<std::uint32_t> m_aFreeSlots;
+    // All entries in order, or none when that has to be found out anew. The tree is slow to go through: each step waits
+    // for memory.
+    mutable TOrder m_aOrder;
 };

@@ -12,12 +12,6 @@
 /// Texts of properties.
 namespace PropertyText
 {
-/// The bytes of a string, zeros within it too.
-inline std::string_view View(const CVQString& oText)
-{
-    return {~oText, static_cast<std::size_t>(oText.GetLength())};
-}
-
 /// A string of any bytes.
 CVQString Make(std::string_view sBytes);
 

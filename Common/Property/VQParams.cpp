@@ -41,18 +41,18 @@ bool CVQParams::Read(CFileIO* pFile)
         return false;
 
     RemoveAll();
+    CFileReader oReader(*pFile);
     std::int32_t nCount = 0;
-    if (!PropertyRecord::Read(*pFile, nCount))
-        return false;
-
-    for (std::int32_t i = 0; i < nCount; ++i)
+    bool bRead = oReader.Read(nCount);
+    for (std::int32_t i = 0; bRead && i < nCount; ++i)
     {
         CVQProperty oParameter;
-        if (!oParameter.Read(pFile))
-            return false;
-        m_aParameters.push_back(std::move(oParameter));
+        bRead = oParameter.Read(oReader, 1) == CVQProperty::EResult::Done;
+        if (bRead)
+            m_aParameters.push_back(std::move(oParameter));
     }
-    return true;
+    oReader.Finish();
+    return bRead;
 }
 
 bool CVQParams::Write(CFileIO* pFile) const
@@ -60,19 +60,24 @@ bool CVQParams::Write(CFileIO* pFile) const
     const bool bTooDeep =
         std::any_of(m_aParameters.begin(), m_aParameters.end(),
                     [](const CVQProperty& oParameter) { return oParameter.IsDeeperThan(PropertyRecord::MAX_DEPTH); });
-    if (pFile == nullptr || bTooDeep || !pFile->Write(static_cast<int>(m_aParameters.size())))
+    if (pFile == nullptr || bTooDeep)
         return false;
 
-    return std::all_of(m_aParameters.begin(), m_aParameters.end(),
-                       [pFile](const CVQProperty& oParameter) { return oParameter.Write(*pFile); });
+    CFileWriter oWriter(*pFile);
+    return oWriter.Write(static_cast<std::int32_t>(m_aParameters.size())) &&
+           std::all_of(m_aParameters.begin(), m_aParameters.end(),
+                       [&oWriter](const CVQProperty& oParameter) { return oParameter.Write(oWriter); }) &&
+           oWriter.Flush();
 }
 
 void CVQParams::Serialize(CVQDataStream& oStream)
 {
     if (oStream.IsStoring())
     {
-        PropertyRecord::Put(oStream, MARKER);
-        CVQProperty::StoreAll(m_aParameters, oStream, 1);
+        CStreamWriter oWriter(oStream);
+        oWriter.Put(MARKER);
+        CVQProperty::StoreAll(m_aParameters, oWriter, 1);
+        oWriter.Flush();
     }
     else if (PropertyRecord::Get<char>(oStream) == MARKER)
         CVQProperty::LoadAll(m_aParameters, oStream, 1);

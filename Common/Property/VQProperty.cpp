@@ -9,15 +9,13 @@
 #include <array>
 #include <utility>
 
-using PropertyRecord::CVersioned;
+using PropertyRecord::CVersionedLoading;
 using PropertyText::SArgument;
 
 namespace
 {
 constexpr const char* SOURCE_FILE = "Common/Property/VQProperty";
 constexpr unsigned long ERROR_TOO_DEEP = 5004;
-
-constexpr std::int32_t LOCALISED = -1; // in place of the length of a text: its number follows
 
 /// The codes of types in older files.
 enum eOldType : std::int32_t
@@ -56,15 +54,6 @@ void ReportUnknownType(int nLine)
     _VQ_Log_Fn(SOURCE_FILE, "Zembrolia", "", static_cast<unsigned long>(nLine), 0, ALL_OUTPUTS, ecCriticalError,
                "CVQProperty::Serialize() : Unkown property type in serialize!");
 }
-
-std::int32_t PeekWord(const CVQDataStream& oStream)
-{
-    CVQDataStream::Iterator oAhead(oStream);
-    oAhead.Advance(oStream.GetStreamPosition());
-    std::int32_t nWord = 0;
-    oAhead.Get(&nWord, sizeof nWord);
-    return nWord;
-}
 } // namespace
 
 int CVQProperty::_m_nDataFormatVersion = 256;
@@ -79,38 +68,23 @@ bool CVQProperty::CanSerialize() const
     return true;
 }
 
-CVQProperty::~CVQProperty() = default;
-
 void CVQProperty::Serialize(CVQDataStream& oStream)
 {
-    if (oStream.IsStoring())
-        Store(oStream, 1);
-    else
+    if (!oStream.IsStoring())
+    {
         Load(oStream, 1);
+        return;
+    }
+
+    CStreamWriter oWriter(oStream);
+    Store(oWriter, 1);
+    oWriter.Flush();
 }
 
 int CVQProperty::GetDataFormatVersion()
 {
     return _m_nDataFormatVersion;
 }
-
-CVQProperty::CVQProperty() noexcept : m_nType(PROPTYPE_UNDEFINED), m_nInteger(0), m_fFloat(0) {}
-
-CVQProperty::CVQProperty(int nValue) noexcept : m_nType(PROPTYPE_INT), m_nInteger(nValue), m_fFloat(0) {}
-
-CVQProperty::CVQProperty(unsigned long nValue) noexcept
-    : m_nType(PROPTYPE_ULONG), m_nInteger(static_cast<std::int32_t>(nValue)), m_fFloat(0)
-{
-}
-
-CVQProperty::CVQProperty(long nValue) noexcept
-    : m_nType(PROPTYPE_LONG), m_nInteger(static_cast<std::int32_t>(nValue)), m_fFloat(0)
-{
-}
-
-CVQProperty::CVQProperty(bool bValue) noexcept : m_nType(PROPTYPE_BOOL), m_nInteger(bValue ? 1 : 0), m_fFloat(0) {}
-
-CVQProperty::CVQProperty(float fValue) noexcept : m_nType(PROPTYPE_FLOAT), m_nInteger(0), m_fFloat(fValue) {}
 
 CVQProperty::CVQProperty(const CVQString& oValue) : CVQProperty()
 {
@@ -127,26 +101,35 @@ CVQProperty::CVQProperty(const CVQStringId& oValue) : CVQProperty()
     Set(oValue);
 }
 
-CVQProperty::CVQProperty(const CVQPropertyStruct& oValue)
-    : m_nType(PROPTYPE_STRUCT), m_nInteger(0), m_fFloat(0), m_oStruct(oValue)
+CVQProperty::CVQProperty(const CVQPropertyStruct& oValue) : CVQProperty()
 {
+    Set(oValue);
 }
 
-CVQProperty::CVQProperty(const CVQPropertyList& oValue)
-    : m_nType(PROPTYPE_LIST), m_nInteger(0), m_fFloat(0), m_oList(oValue)
+CVQProperty::CVQProperty(const CVQPropertyList& oValue) : CVQProperty()
 {
-}
-
-CVQProperty::CVQProperty(const CVQProperty& oOther) : CVQProperty()
-{
-    *this = oOther;
+    Set(oValue);
 }
 
 CVQProperty::CVQProperty(CVQProperty&& oOther) noexcept
-    : m_nType(std::exchange(oOther.m_nType, PROPTYPE_UNDEFINED)), m_nInteger(std::exchange(oOther.m_nInteger, 0)),
-      m_fFloat(std::exchange(oOther.m_fFloat, 0.0F)), m_oString(std::move(oOther.m_oString)),
-      m_oStruct(std::move(oOther.m_oStruct)), m_oList(std::move(oOther.m_oList)), m_oFormat(std::move(oOther.m_oFormat))
+    : CVQProperty(oOther.m_nType, oOther.m_nInteger, oOther.m_fFloat)
 {
+    oOther.m_nType = PROPTYPE_UNDEFINED;
+    oOther.m_nInteger = 0;
+    oOther.m_fFloat = 0;
+    if (oOther.m_nSlots == 0)
+        return;
+
+    if (oOther.Has(STRING_SLOT))
+        std::construct_at(&m_oString, std::move(oOther.m_oString));
+    if (oOther.Has(STRUCT_SLOT))
+        std::construct_at(&m_oStruct, std::move(oOther.m_oStruct));
+    if (oOther.Has(LIST_SLOT))
+        std::construct_at(&m_oList, std::move(oOther.m_oList));
+    if (oOther.Has(FORMAT_SLOT))
+        std::construct_at(&m_oFormat, std::move(oOther.m_oFormat));
+    m_nSlots = oOther.m_nSlots;
+    oOther.ReleaseSlots();
 }
 
 void CVQProperty::Set(int nValue) noexcept
@@ -182,7 +165,7 @@ void CVQProperty::Set(float fValue) noexcept
 void CVQProperty::Set(const CVQString& oValue)
 {
     const bool bLocalised = oValue.HasStringId() && oValue.IsIdenticalToStringResource();
-    m_oString = oValue;
+    String() = oValue;
     m_nType = bLocalised ? PROPTYPE_STRINGID : PROPTYPE_STRING;
     if (bLocalised)
         m_nInteger = static_cast<std::int32_t>(m_oString.GetStringId());
@@ -200,13 +183,13 @@ void CVQProperty::Set(const CVQStringId& oValue)
 
 void CVQProperty::Set(const CVQPropertyStruct& oValue)
 {
-    m_oStruct = oValue;
+    Struct() = oValue;
     m_nType = PROPTYPE_STRUCT;
 }
 
 void CVQProperty::Set(const CVQPropertyList& oValue)
 {
-    m_oList = oValue;
+    List() = oValue;
     m_nType = PROPTYPE_LIST;
 }
 
@@ -270,48 +253,32 @@ const CVQProperty& CVQProperty::operator=(const CVQPropertyList& oValue)
     return *this;
 }
 
-// The source may be an element of the own list or struct: its fields are read before those are replaced.
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
-const CVQProperty& CVQProperty::operator=(const CVQProperty& oOther)
+/// Assigns a property that holds an object. It may be an element of the own list or struct: its fields are read before
+/// those are replaced.
+void CVQProperty::AssignObject(const CVQProperty& oOther)
 {
     switch (oOther.m_nType)
     {
-    case PROPTYPE_ULONG:
-    case PROPTYPE_INT:
-    case PROPTYPE_LONG:
-        m_nType = oOther.m_nType;
-        m_nInteger = oOther.m_nInteger;
-        break;
-    case PROPTYPE_BOOL:
-        Set(oOther.m_nInteger != 0);
-        break;
-    case PROPTYPE_FLOAT:
-        Set(oOther.m_fFloat);
-        break;
     case PROPTYPE_STRINGID:
         SetLocalised(oOther.m_nInteger);
         break;
     case PROPTYPE_STRING:
-        Set(oOther.GetString());
+        Set(oOther.String());
         break;
     case PROPTYPE_STRUCT:
-        Set(oOther.m_oStruct);
-        break;
-    case PROPTYPE_LIST:
-        Set(oOther.m_oList);
+        Set(oOther.Struct());
         break;
     default:
-        m_nType = PROPTYPE_UNDEFINED;
+        Set(oOther.List());
         break;
     }
-    return *this;
 }
 
 const CVQString& CVQProperty::GetString() const
 {
-    if (m_nType == PROPTYPE_STRINGID && m_oString.IsEmpty())
+    if (m_nType == PROPTYPE_STRINGID && String().IsEmpty())
         ReloadString();
-    return m_oString;
+    return String();
 }
 
 CVQProperty::operator const CVQString&() const
@@ -336,7 +303,7 @@ CVQProperty::operator CVQStringId() const noexcept
 
 void CVQProperty::SetFormat(const CVQString& oFormat)
 {
-    m_oFormat = oFormat;
+    FormatSlot() = oFormat;
 }
 
 CVQString CVQProperty::GetPropertyTypeName() const
@@ -348,11 +315,11 @@ CVQString CVQProperty::GetPropertyTypeName() const
     case PROPTYPE_STRINGID:
         return "String id";
     case PROPTYPE_LIST:
-        return m_oList.GetPropertyTypeName();
+        return List().GetPropertyTypeName();
     case PROPTYPE_BOOL:
         return "Boolean";
     case PROPTYPE_STRUCT:
-        return m_oStruct.GetStructureName();
+        return Struct().GetStructureName();
     case PROPTYPE_FLOAT:
         return "Float";
     case PROPTYPE_INT:
@@ -368,7 +335,7 @@ CVQString CVQProperty::GetPropertyTypeName() const
 
 CVQString CVQProperty::AsFormattedString() const
 {
-    const bool bFormat = !m_oFormat.IsEmpty();
+    const bool bFormat = Has(FORMAT_SLOT) && !m_oFormat.IsEmpty();
     switch (m_nType)
     {
     case PROPTYPE_ULONG:
@@ -389,9 +356,9 @@ CVQString CVQProperty::AsFormattedString() const
             return PropertyText::Format(m_oFormat, std::array{SArgument::Float(m_fFloat)});
         return CVQString(sctFormat, "%.2f", static_cast<double>(m_fFloat));
     case PROPTYPE_LIST:
-        return m_oList.AsFormattedString();
+        return List().AsFormattedString();
     case PROPTYPE_STRUCT:
-        return m_oStruct.AsFormattedString();
+        return Struct().AsFormattedString();
     default:
         return "Unkown Property Type";
     }
@@ -405,32 +372,67 @@ void CVQProperty::Empty() noexcept
 
 bool CVQProperty::Read(CFileIO* pFile)
 {
-    return pFile != nullptr && Read(*pFile, 1) == EResult::Done;
+    if (pFile == nullptr)
+        return false;
+
+    CFileReader oReader(*pFile);
+    const EResult nResult = Read(oReader, 1);
+    oReader.Finish();
+    return nResult == EResult::Done;
 }
 
 bool CVQProperty::Write(CFileIO* pFile) const
 {
-    return pFile != nullptr && !IsDeeperThan(PropertyRecord::MAX_DEPTH) && Write(*pFile);
+    if (pFile == nullptr || IsDeeperThan(PropertyRecord::MAX_DEPTH))
+        return false;
+
+    CFileWriter oWriter(*pFile);
+    return Write(oWriter) && oWriter.Flush();
+}
+
+void CVQProperty::ReleaseSlots() noexcept
+{
+    if (Has(STRING_SLOT))
+        std::destroy_at(&m_oString);
+    if (Has(STRUCT_SLOT))
+        std::destroy_at(&m_oStruct);
+    if (Has(LIST_SLOT))
+        std::destroy_at(&m_oList);
+    if (Has(FORMAT_SLOT))
+        std::destroy_at(&m_oFormat);
+    m_nSlots = 0;
+}
+
+/// Makes all slots, so that reading them changes nothing.
+void CVQProperty::MakeSlots() const noexcept
+{
+    String();
+    Struct();
+    List();
+    FormatSlot();
 }
 
 void CVQProperty::Reset() noexcept
 {
     m_nInteger = 0;
     m_fFloat = 0;
-    m_oStruct.RemoveAllStructElements();
-    m_oList.RemoveAllListElements();
-    m_oString.Empty();
+    if (Has(STRUCT_SLOT))
+        m_oStruct.RemoveAllStructElements();
+    if (Has(LIST_SLOT))
+        m_oList.RemoveAllListElements();
+    if (Has(STRING_SLOT))
+        m_oString.Empty();
 }
 
 void CVQProperty::ReloadString() const
 {
-    m_oString.LoadStringResource(m_nInteger);
+    String().LoadStringResource(m_nInteger);
 }
 
 /// Becomes a localised text. Without a hook to load it the text stays empty, and GetString() tries again.
 void CVQProperty::SetLocalised(std::int32_t nId)
 {
-    m_oString.Empty();
+    String().Empty();
     m_nType = PROPTYPE_STRINGID;
     m_nInteger = nId;
     ReloadString();
@@ -440,7 +442,7 @@ void CVQProperty::SetLocalised(std::int32_t nId)
 void CVQProperty::SetText(CVQString&& oValue)
 {
     const bool bLocalised = oValue.HasStringId() && oValue.IsIdenticalToStringResource();
-    PropertyRecord::TakeOver(m_oString, oValue);
+    PropertyRecord::TakeOver(String(), oValue);
     m_nType = bLocalised ? PROPTYPE_STRINGID : PROPTYPE_STRING;
     if (bLocalised)
         m_nInteger = static_cast<std::int32_t>(m_oString.GetStringId());
@@ -452,14 +454,14 @@ void CVQProperty::AssignMoved(CVQProperty& oOther)
     switch (oOther.m_nType)
     {
     case PROPTYPE_STRING:
-        SetText(std::move(oOther.m_oString));
+        SetText(std::move(oOther.String()));
         break;
     case PROPTYPE_STRUCT:
-        m_oStruct.TakeOver(oOther.m_oStruct);
+        Struct().TakeOver(oOther.Struct());
         m_nType = PROPTYPE_STRUCT;
         break;
     case PROPTYPE_LIST:
-        m_oList.TakeOver(oOther.m_oList);
+        List().TakeOver(oOther.List());
         m_nType = PROPTYPE_LIST;
         break;
     default:
@@ -468,11 +470,11 @@ void CVQProperty::AssignMoved(CVQProperty& oOther)
     }
 }
 
-void CVQProperty::StoreAll(const std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth)
+void CVQProperty::StoreAll(const std::vector<CVQProperty>& aProperties, CStreamWriter& oWriter, unsigned nDepth)
 {
-    PropertyRecord::Put(oStream, static_cast<std::uint32_t>(aProperties.size()));
+    oWriter.Put(static_cast<std::uint32_t>(aProperties.size()));
     for (const CVQProperty& oProperty : aProperties)
-        oProperty.StoreVersioned(oStream, nDepth);
+        oProperty.StoreVersioned(oWriter, nDepth);
 }
 
 void CVQProperty::LoadAll(std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth)
@@ -504,58 +506,57 @@ std::uint64_t CVQProperty::GetLeastSize()
     return (bVersion ? PropertyRecord::WORD_SIZE : 0) + 2 * PropertyRecord::WORD_SIZE; // type, length of the format
 }
 
-void CVQProperty::StoreVersioned(CVQDataStream& oStream, unsigned nDepth) const
+void CVQProperty::StoreVersioned(CStreamWriter& oWriter, unsigned nDepth) const
 {
-    const CVersioned oVersioned(oStream, _m_nDataFormatVersion);
-    Store(oStream, nDepth);
+    oWriter.PutVersion(_m_nDataFormatVersion);
+    Store(oWriter, nDepth);
 }
 
 void CVQProperty::LoadVersioned(CVQDataStream& oStream, unsigned nDepth)
 {
-    const CVersioned oVersioned(oStream, _m_nDataFormatVersion);
+    const CVersionedLoading oVersioned(oStream, _m_nDataFormatVersion);
     Load(oStream, nDepth);
 }
 
-void CVQProperty::Store(CVQDataStream& oStream, unsigned nDepth) const
+void CVQProperty::Store(CStreamWriter& oWriter, unsigned nDepth) const
 {
     if (nDepth > PropertyRecord::MAX_DEPTH)
         ThrowTooDeep();
 
-    PropertyRecord::Put(oStream, static_cast<std::int32_t>(m_nType));
+    oWriter.Put(static_cast<std::int32_t>(m_nType));
     switch (m_nType)
     {
     case PROPTYPE_ULONG:
     case PROPTYPE_INT:
     case PROPTYPE_LONG:
     case PROPTYPE_STRINGID:
-        PropertyRecord::Put(oStream, m_nInteger);
+        oWriter.Put(m_nInteger);
         break;
     case PROPTYPE_BOOL:
-        PropertyRecord::Put(oStream, static_cast<std::uint8_t>(m_nInteger != 0 ? 1 : 0));
+        oWriter.Put(static_cast<std::uint8_t>(m_nInteger != 0 ? 1 : 0));
         break;
     case PROPTYPE_FLOAT:
-        PropertyRecord::Put(oStream, m_fFloat);
+        oWriter.Put(m_fFloat);
         break;
     case PROPTYPE_STRING:
-        WriteStreamString(oStream, GetString());
+        oWriter.PutText(GetString());
         break;
     case PROPTYPE_LIST:
-    {
-        const CVersioned oVersioned(oStream, CVQPropertyList::GetDataFormatVersion());
-        m_oList.Store(oStream, nDepth + 1);
+        oWriter.PutVersion(CVQPropertyList::GetDataFormatVersion());
+        List().Store(oWriter, nDepth + 1);
         break;
-    }
     case PROPTYPE_STRUCT:
-    {
-        const CVersioned oVersioned(oStream, CVQPropertyStruct::GetDataFormatVersion());
-        m_oStruct.Store(oStream, nDepth + 1);
+        oWriter.PutVersion(CVQPropertyStruct::GetDataFormatVersion());
+        Struct().Store(oWriter, nDepth + 1);
         break;
-    }
     default:
         ReportUnknownType(__LINE__);
         break;
     }
-    WriteStreamString(oStream, m_oFormat);
+    if (Has(FORMAT_SLOT))
+        oWriter.PutText(m_oFormat);
+    else
+        oWriter.PutText(std::string_view());
 }
 
 void CVQProperty::Load(CVQDataStream& oStream, unsigned nDepth)
@@ -588,10 +589,10 @@ void CVQProperty::Load(CVQDataStream& oStream, unsigned nDepth)
     {
         CVQPropertyList oList;
         {
-            const CVersioned oVersioned(oStream, CVQPropertyList::GetDataFormatVersion());
+            const CVersionedLoading oVersioned(oStream, CVQPropertyList::GetDataFormatVersion());
             oList.Load(oStream, nDepth + 1);
         }
-        m_oList.TakeOver(oList);
+        List().TakeOver(oList);
         m_nType = PROPTYPE_LIST;
         break;
     }
@@ -599,10 +600,10 @@ void CVQProperty::Load(CVQDataStream& oStream, unsigned nDepth)
     {
         CVQPropertyStruct oStruct;
         {
-            const CVersioned oVersioned(oStream, CVQPropertyStruct::GetDataFormatVersion());
+            const CVersionedLoading oVersioned(oStream, CVQPropertyStruct::GetDataFormatVersion());
             oStruct.Load(oStream, nDepth + 1);
         }
-        m_oStruct.TakeOver(oStruct);
+        Struct().TakeOver(oStruct);
         m_nType = PROPTYPE_STRUCT;
         break;
     }
@@ -611,13 +612,17 @@ void CVQProperty::Load(CVQDataStream& oStream, unsigned nDepth)
         ReportUnknownType(__LINE__);
         break;
     }
-    ReadStreamString(oStream, m_oFormat);
+
+    if (PropertyRecord::PeekWord(oStream) != 0)
+        ReadStreamString(oStream, FormatSlot());
+    else
+        oStream.Advance(PropertyRecord::WORD_SIZE); // an empty one leaves the own as it is
 }
 
 /// A number in place of the text makes a string id of the property, whether that text can be loaded now or not.
 void CVQProperty::LoadString(CVQDataStream& oStream)
 {
-    if (PeekWord(oStream) == LOCALISED)
+    if (PropertyRecord::PeekWord(oStream) == PropertyRecord::LOCALISED)
     {
         const auto aWords = PropertyRecord::Get<std::array<std::int32_t, 2>>(oStream);
         SetLocalised(aWords[1]);
@@ -629,13 +634,13 @@ void CVQProperty::LoadString(CVQDataStream& oStream)
     SetText(std::move(oText));
 }
 
-CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
+CVQProperty::EResult CVQProperty::Read(CFileReader& oReader, unsigned nDepth)
 {
     if (nDepth > PropertyRecord::MAX_DEPTH)
         return EResult::TooDeep;
 
     std::int32_t nStored = 0;
-    if (!PropertyRecord::Read(oFile, nStored))
+    if (!oReader.Read(nStored))
         return EResult::Failed;
 
     const std::int32_t nType = TranslateOldType(nStored);
@@ -648,7 +653,7 @@ CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
     case PROPTYPE_STRINGID:
     {
         std::int32_t nValue = 0;
-        if (!PropertyRecord::Read(oFile, nValue))
+        if (!oReader.Read(nValue))
             return EResult::Failed;
 
         if (nType == OLD_BOOL)
@@ -663,13 +668,13 @@ CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
         return EResult::Done;
     }
     case PROPTYPE_BOOL:
-        return ReadAndSet<bool>(oFile);
+        return ReadAndSet<bool>(oReader);
     case PROPTYPE_FLOAT:
-        return ReadAndSet<float>(oFile);
+        return ReadAndSet<float>(oReader);
     case PROPTYPE_STRING:
     {
         CVQString oText;
-        if (!PropertyRecord::Read(oFile, oText))
+        if (!oReader.Read(oText))
             return EResult::Failed;
 
         SetText(std::move(oText));
@@ -678,20 +683,20 @@ CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
     case PROPTYPE_LIST:
     {
         CVQPropertyList oList;
-        if (!oList.Read(oFile, nDepth + 1))
+        if (!oList.Read(oReader, nDepth + 1))
             return EResult::TooDeep;
 
-        m_oList.TakeOver(oList);
+        List().TakeOver(oList);
         m_nType = PROPTYPE_LIST;
         return EResult::Done;
     }
     case PROPTYPE_STRUCT:
     {
         CVQPropertyStruct oStruct;
-        if (!oStruct.Read(oFile, nDepth + 1))
+        if (!oStruct.Read(oReader, nDepth + 1))
             return EResult::TooDeep;
 
-        m_oStruct.TakeOver(oStruct);
+        Struct().TakeOver(oStruct);
         m_nType = PROPTYPE_STRUCT;
         return EResult::Done;
     }
@@ -704,19 +709,19 @@ CVQProperty::EResult CVQProperty::Read(CFileIO& oFile, unsigned nDepth)
 }
 
 template <class TValue>
-CVQProperty::EResult CVQProperty::ReadAndSet(CFileIO& oFile)
+CVQProperty::EResult CVQProperty::ReadAndSet(CFileReader& oReader)
 {
     TValue oValue{};
-    if (!PropertyRecord::Read(oFile, oValue))
+    if (!oReader.Read(oValue))
         return EResult::Failed;
 
     Set(oValue);
     return EResult::Done;
 }
 
-bool CVQProperty::Write(CFileIO& oFile) const
+bool CVQProperty::Write(CFileWriter& oWriter) const
 {
-    if (!oFile.Write(static_cast<int>(m_nType)))
+    if (!oWriter.Write(static_cast<std::int32_t>(m_nType)))
         return false;
 
     switch (m_nType)
@@ -725,17 +730,17 @@ bool CVQProperty::Write(CFileIO& oFile) const
     case PROPTYPE_INT:
     case PROPTYPE_LONG:
     case PROPTYPE_STRINGID:
-        return oFile.Write(static_cast<int>(m_nInteger));
+        return oWriter.Write(m_nInteger);
     case PROPTYPE_BOOL:
-        return oFile.Write(m_nInteger != 0);
+        return oWriter.Write(m_nInteger != 0);
     case PROPTYPE_FLOAT:
-        return oFile.Write(m_fFloat);
+        return oWriter.Write(m_fFloat);
     case PROPTYPE_STRING:
-        return oFile.Write(GetString());
+        return oWriter.Write(GetString());
     case PROPTYPE_LIST:
-        return m_oList.Write(oFile);
+        return List().Write(oWriter);
     case PROPTYPE_STRUCT:
-        return m_oStruct.Write(oFile);
+        return Struct().Write(oWriter);
     default:
         return true;
     }
@@ -745,8 +750,8 @@ bool CVQProperty::IsDeeperThan(unsigned nLevels) const
 {
     if (nLevels == 0)
         return true;
-    return (m_nType == PROPTYPE_LIST && m_oList.IsDeeperThan(nLevels - 1)) ||
-           (m_nType == PROPTYPE_STRUCT && m_oStruct.IsDeeperThan(nLevels - 1));
+    return (m_nType == PROPTYPE_LIST && List().IsDeeperThan(nLevels - 1)) ||
+           (m_nType == PROPTYPE_STRUCT && Struct().IsDeeperThan(nLevels - 1));
 }
 
 void CVQProperty::ThrowTooDeep()

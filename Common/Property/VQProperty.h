@@ -8,9 +8,13 @@
 #include <Common/String/VQStringId.h>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 class CFileIO;
+class CFileReader;
+class CFileWriter;
+class CStreamWriter;
 class CVQDataStream;
 
 /// What a property holds. Each value is the code of a character, which is also what is stored.
@@ -66,7 +70,11 @@ public:
     /// Whether the object can write itself to a stream: true.
     virtual bool CanSerialize() const;
 
-    virtual ~CVQProperty();
+    virtual ~CVQProperty()
+    {
+        if (m_nSlots != 0)
+            ReleaseSlots();
+    }
 
     /// Writes the property to a storing stream, or reads it from a loading one, without a version.
     ///
@@ -82,20 +90,32 @@ public:
     static int GetDataFormatVersion();
 
     /// An undefined property; all slots are empty.
-    CVQProperty() noexcept;
+    CVQProperty() noexcept : CVQProperty(PROPTYPE_UNDEFINED, 0, 0) {}
+
     /// A property of the type of the argument: see Set().
-    CVQProperty(int nValue) noexcept;
-    CVQProperty(unsigned long nValue) noexcept;
-    CVQProperty(long nValue) noexcept;
-    CVQProperty(bool bValue) noexcept;
-    CVQProperty(float fValue) noexcept;
+    CVQProperty(int nValue) noexcept : CVQProperty(PROPTYPE_INT, nValue, 0) {}
+
+    CVQProperty(unsigned long nValue) noexcept : CVQProperty(PROPTYPE_ULONG, static_cast<std::int32_t>(nValue), 0) {}
+
+    CVQProperty(long nValue) noexcept : CVQProperty(PROPTYPE_LONG, static_cast<std::int32_t>(nValue), 0) {}
+
+    CVQProperty(bool bValue) noexcept : CVQProperty(PROPTYPE_BOOL, bValue ? 1 : 0, 0) {}
+
+    CVQProperty(float fValue) noexcept : CVQProperty(PROPTYPE_FLOAT, 0, fValue) {}
+
     CVQProperty(const CVQString& oValue);
     CVQProperty(const char* pValue);
     CVQProperty(const CVQStringId& oValue);
     CVQProperty(const CVQPropertyStruct& oValue);
     CVQProperty(const CVQPropertyList& oValue);
+
     /// A copy of the value alone: the format is not copied, and neither are the slots that the type does not use.
-    CVQProperty(const CVQProperty& oOther);
+    CVQProperty(const CVQProperty& oOther) : CVQProperty()
+    {
+        if (!AssignNumber(oOther))
+            AssignObject(oOther);
+    }
+
     /// Takes everything over, the format too; oOther is left undefined and empty.
     CVQProperty(CVQProperty&& oOther) noexcept;
 
@@ -128,8 +148,14 @@ public:
     const CVQProperty& operator=(const CVQStringId& oValue);
     const CVQProperty& operator=(const CVQPropertyStruct& oValue);
     const CVQProperty& operator=(const CVQPropertyList& oValue);
+
     /// Takes type and value; an undefined property gives its type alone, and the slots stay. The format stays too.
-    const CVQProperty& operator=(const CVQProperty& oOther);
+    const CVQProperty& operator=(const CVQProperty& oOther)
+    {
+        if (!AssignNumber(oOther))
+            AssignObject(oOther);
+        return *this;
+    }
 
     /// The number slot.
     operator int() const noexcept { return m_nInteger; }
@@ -158,10 +184,10 @@ public:
     operator CVQStringId() const noexcept;
 
     /// The struct slot.
-    operator const CVQPropertyStruct&() const noexcept { return m_oStruct; }
+    operator const CVQPropertyStruct&() const noexcept { return Struct(); }
 
     /// The list slot.
-    operator const CVQPropertyList&() const noexcept { return m_oList; }
+    operator const CVQPropertyList&() const noexcept { return List(); }
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wclass-conversion" // kept: it can be called by name
@@ -196,7 +222,7 @@ public:
 
     const CVQString& GetFormat() const noexcept
     {
-        return m_oFormat;
+        return FormatSlot();
     }
 
     /// "Integer", "List[Float]", the structure name of a struct, "Undefined porperty type" for a type that is none.
@@ -248,24 +274,109 @@ private:
         TooDeep
     };
 
+    /// The slots that hold objects; m_nSlots has those that were made. The others are raw memory until somebody asks.
+    enum eSlot : std::uint8_t
+    {
+        STRING_SLOT = 1,
+        STRUCT_SLOT = 2,
+        LIST_SLOT = 4,
+        FORMAT_SLOT = 8
+    };
+
+    CVQProperty(ePropType nType, std::int32_t nInteger, float fFloat) noexcept
+        : m_nType(nType), m_nSlots(0), m_nInteger(nInteger), m_fFloat(fFloat)
+    {
+    }
+
+    template <class TSlot>
+    TSlot& Demand(TSlot& oSlot, eSlot nSlot) const noexcept
+    {
+        if ((m_nSlots & nSlot) == 0)
+        {
+            std::construct_at(&oSlot);
+            m_nSlots = static_cast<std::uint8_t>(m_nSlots | nSlot);
+        }
+        return oSlot;
+    }
+
+    CVQString& String() const noexcept
+    {
+        return Demand(m_oString, STRING_SLOT);
+    }
+
+    CVQPropertyStruct& Struct() const noexcept
+    {
+        return Demand(m_oStruct, STRUCT_SLOT);
+    }
+
+    CVQPropertyList& List() const noexcept
+    {
+        return Demand(m_oList, LIST_SLOT);
+    }
+
+    CVQString& FormatSlot() const noexcept
+    {
+        return Demand(m_oFormat, FORMAT_SLOT);
+    }
+
+    bool Has(eSlot nSlot) const noexcept
+    {
+        return (m_nSlots & nSlot) != 0;
+    }
+
+    /// Assigns a property that holds no object.
+    ///
+    /// @return false for one that does
+    bool AssignNumber(const CVQProperty& oOther) noexcept
+    {
+        switch (oOther.m_nType)
+        {
+        case PROPTYPE_ULONG:
+        case PROPTYPE_INT:
+        case PROPTYPE_LONG:
+            m_nType = oOther.m_nType;
+            m_nInteger = oOther.m_nInteger;
+            return true;
+        case PROPTYPE_BOOL:
+            m_nType = PROPTYPE_BOOL;
+            m_nInteger = oOther.m_nInteger != 0 ? 1 : 0;
+            return true;
+        case PROPTYPE_FLOAT:
+            m_nType = PROPTYPE_FLOAT;
+            m_fFloat = oOther.m_fFloat;
+            return true;
+        case PROPTYPE_STRING:
+        case PROPTYPE_STRINGID:
+        case PROPTYPE_LIST:
+        case PROPTYPE_STRUCT:
+            return false;
+        default:
+            m_nType = PROPTYPE_UNDEFINED;
+            return true;
+        }
+    }
+
+    void AssignObject(const CVQProperty& oOther);
+    void AssignMoved(CVQProperty& oOther);
+    void ReleaseSlots() noexcept;
+    void MakeSlots() const noexcept;
     void Reset() noexcept;
     void ReloadString() const;
     void SetLocalised(std::int32_t nId);
     void SetText(CVQString&& oValue);
-    void AssignMoved(CVQProperty& oOther);
 
-    static void StoreAll(const std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth);
+    static void StoreAll(const std::vector<CVQProperty>& aProperties, CStreamWriter& oWriter, unsigned nDepth);
     static void LoadAll(std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth);
     static std::uint64_t GetLeastSize();
-    void StoreVersioned(CVQDataStream& oStream, unsigned nDepth) const;
+    void StoreVersioned(CStreamWriter& oWriter, unsigned nDepth) const;
     void LoadVersioned(CVQDataStream& oStream, unsigned nDepth);
-    void Store(CVQDataStream& oStream, unsigned nDepth) const;
+    void Store(CStreamWriter& oWriter, unsigned nDepth) const;
     void Load(CVQDataStream& oStream, unsigned nDepth);
     void LoadString(CVQDataStream& oStream);
-    EResult Read(CFileIO& oFile, unsigned nDepth);
+    EResult Read(CFileReader& oReader, unsigned nDepth);
     template <class TValue>
-    EResult ReadAndSet(CFileIO& oFile);
-    bool Write(CFileIO& oFile) const;
+    EResult ReadAndSet(CFileReader& oReader);
+    bool Write(CFileWriter& oWriter) const;
     bool IsDeeperThan(unsigned nLevels) const;
 
     [[noreturn]] static void ThrowTooDeep();
@@ -273,10 +384,27 @@ private:
                                             const char* pMessage);
 
     ePropType m_nType;
+    mutable std::uint8_t m_nSlots;
     std::int32_t m_nInteger;
     float m_fFloat;
-    mutable CVQString m_oString; // a string id loads its text when it is asked for
-    CVQPropertyStruct m_oStruct;
-    CVQPropertyList m_oList;
-    CVQString m_oFormat;
+
+    union
+    {
+        mutable CVQString m_oString;
+    };
+
+    union
+    {
+        mutable CVQPropertyStruct m_oStruct;
+    };
+
+    union
+    {
+        mutable CVQPropertyList m_oList;
+    };
+
+    union
+    {
+        mutable CVQString m_oFormat;
+    };
 };

@@ -30,10 +30,15 @@ CVQPropertyList::~CVQPropertyList() = default;
 
 void CVQPropertyList::Serialize(CVQDataStream& oStream)
 {
-    if (oStream.IsStoring())
-        Store(oStream, 1);
-    else
+    if (!oStream.IsStoring())
+    {
         Load(oStream, 1);
+        return;
+    }
+
+    CStreamWriter oWriter(oStream);
+    Store(oWriter, 1);
+    oWriter.Flush();
 }
 
 CVQPropertyList::CVQPropertyList() noexcept = default;
@@ -65,7 +70,7 @@ void CVQPropertyList::SetListElementType(const CVQProperty& oTemplate)
 
 const CVQProperty& CVQPropertyList::GetListElementType() const
 {
-    static CVQProperty& s_oMissing = *new CVQProperty; // never destroyed: destructors of static objects may ask
+    static CVQProperty& s_oMissing = CPropertyMap::NewMissing();
     return CPropertyMap::FindOr(m_pAttributes, ELEMENT_TYPE, s_oMissing);
 }
 
@@ -128,7 +133,13 @@ CVQString CVQPropertyList::GetPropertyTypeName() const
 
 bool CVQPropertyList::Read(CFileIO* pFile)
 {
-    return pFile != nullptr && Read(*pFile, 1);
+    if (pFile == nullptr)
+        return false;
+
+    CFileReader oReader(*pFile);
+    const bool bRead = Read(oReader, 1);
+    oReader.Finish();
+    return bRead;
 }
 
 bool CVQPropertyList::Write(CFileIO* pFile) const
@@ -136,7 +147,9 @@ bool CVQPropertyList::Write(CFileIO* pFile) const
     if (pFile == nullptr || IsDeeperThan(PropertyRecord::MAX_DEPTH))
         return false;
 
-    Write(*pFile);
+    CFileWriter oWriter(*pFile);
+    Write(oWriter);
+    oWriter.Flush();
     return true;
 }
 
@@ -146,8 +159,8 @@ bool CVQPropertyList::CheckValidPropertyType(const CVQProperty& oElement) const
     if (!oElement.IsOfType(oTemplate.GetType()))
         return false;
 
-    const CVQString& oWanted = oTemplate.m_oStruct.GetStructureName();
-    return !oElement.IsOfType(PROPTYPE_STRUCT) || oElement.m_oStruct.GetStructureName().Compare(~oWanted) == 0;
+    return !oElement.IsOfType(PROPTYPE_STRUCT) ||
+           oElement.Struct().GetStructureName().Compare(~oTemplate.Struct().GetStructureName()) == 0;
 }
 
 void CVQPropertyList::TakeOver(CVQPropertyList& oOther) noexcept
@@ -156,12 +169,12 @@ void CVQPropertyList::TakeOver(CVQPropertyList& oOther) noexcept
     m_pAttributes.swap(oOther.m_pAttributes);
 }
 
-void CVQPropertyList::Store(CVQDataStream& oStream, unsigned nDepth) const
+void CVQPropertyList::Store(CStreamWriter& oWriter, unsigned nDepth) const
 {
-    PropertyRecord::Put(oStream, ELEMENTS_MARKER);
-    CVQProperty::StoreAll(m_aElements, oStream, nDepth);
-    PropertyRecord::Put(oStream, ATTRIBUTES_MARKER);
-    CPropertyMap::Store(m_pAttributes.get(), oStream, nDepth);
+    oWriter.Put(ELEMENTS_MARKER);
+    CVQProperty::StoreAll(m_aElements, oWriter, nDepth);
+    oWriter.Put(ATTRIBUTES_MARKER);
+    CPropertyMap::Store(m_pAttributes.get(), oWriter, nDepth);
 }
 
 void CVQPropertyList::Load(CVQDataStream& oStream, unsigned nDepth)
@@ -175,18 +188,18 @@ void CVQPropertyList::Load(CVQDataStream& oStream, unsigned nDepth)
     }
 }
 
-bool CVQPropertyList::Read(CFileIO& oFile, unsigned nDepth)
+bool CVQPropertyList::Read(CFileReader& oReader, unsigned nDepth)
 {
     RemoveAllListElements();
-    if (!CPropertyMap::Read(m_pAttributes, oFile, nDepth))
+    if (!CPropertyMap::Read(m_pAttributes, oReader, nDepth))
         return false;
 
     std::int32_t nCount = 0;
-    PropertyRecord::Read(oFile, nCount);
+    oReader.Read(nCount);
     for (std::int32_t i = 0; i < nCount; ++i)
     {
         CVQProperty oElement;
-        const auto nResult = oElement.Read(oFile, nDepth);
+        const auto nResult = oElement.Read(oReader, nDepth);
         if (nResult != CVQProperty::EResult::Done)
             return nResult != CVQProperty::EResult::TooDeep;
         if (CheckValidPropertyType(oElement))
@@ -195,11 +208,12 @@ bool CVQPropertyList::Read(CFileIO& oFile, unsigned nDepth)
     return true;
 }
 
-bool CVQPropertyList::Write(CFileIO& oFile) const
+bool CVQPropertyList::Write(CFileWriter& oWriter) const
 {
-    return CPropertyMap::Write(m_pAttributes.get(), oFile) && oFile.Write(GetCount()) &&
+    return CPropertyMap::Write(m_pAttributes.get(), oWriter) &&
+           oWriter.Write(static_cast<std::int32_t>(m_aElements.size())) &&
            std::all_of(m_aElements.begin(), m_aElements.end(),
-                       [&oFile](const CVQProperty& oElement) { return oElement.Write(oFile); });
+                       [&oWriter](const CVQProperty& oElement) { return oElement.Write(oWriter); });
 }
 
 bool CVQPropertyList::IsDeeperThan(unsigned nLevels) const

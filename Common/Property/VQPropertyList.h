@@ -7,7 +7,10 @@
 #include <vector>
 
 class CFileIO;
+class CFileReader;
+class CFileWriter;
 class CPropertyMap;
+class CStreamWriter;
 class CVQDataStream;
 class CVQProperty;
 
@@ -118,10 +121,10 @@ private:
     bool CheckValidPropertyType(const CVQProperty& oElement) const;
     void TakeOver(CVQPropertyList& oOther) noexcept;
 
-    void Store(CVQDataStream& oStream, unsigned nDepth) const;
+    void Store(CStreamWriter& oWriter, unsigned nDepth) const;
     void Load(CVQDataStream& oStream, unsigned nDepth);
-    bool Read(CFileIO& oFile, unsigned nDepth);
-    bool Write(CFileIO& oFile) const;
+    bool Read(CFileReader& oReader, unsigned nDepth);
+    bool Write(CFileWriter& oWriter) const;
     bool IsDeeperThan(unsigned nLevels) const;
 
     std::vector<CVQProperty> m_aElements;

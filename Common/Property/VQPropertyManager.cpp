@@ -23,7 +23,13 @@ CVQPropertyManager::~CVQPropertyManager() = default;
 
 bool CVQPropertyManager::Read(CFileIO* pFile)
 {
-    return pFile != nullptr && CPropertyMap::Read(m_pProperties, *pFile, 1);
+    if (pFile == nullptr)
+        return false;
+
+    CFileReader oReader(*pFile);
+    const bool bRead = CPropertyMap::Read(m_pProperties, oReader, 1);
+    oReader.Finish();
+    return bRead;
 }
 
 bool CVQPropertyManager::Write(CFileIO* pFile)
@@ -32,7 +38,9 @@ bool CVQPropertyManager::Write(CFileIO* pFile)
     if (pFile == nullptr || bTooDeep)
         return false;
 
-    CPropertyMap::Write(m_pProperties.get(), *pFile);
+    CFileWriter oWriter(*pFile);
+    CPropertyMap::Write(m_pProperties.get(), oWriter);
+    oWriter.Flush();
     return true;
 }
 
@@ -40,8 +48,10 @@ void CVQPropertyManager::Serialize(CVQDataStream& oStream)
 {
     if (oStream.IsStoring())
     {
-        PropertyRecord::Put(oStream, MARKER);
-        CPropertyMap::Store(m_pProperties.get(), oStream, 1);
+        CStreamWriter oWriter(oStream);
+        oWriter.Put(MARKER);
+        CPropertyMap::Store(m_pProperties.get(), oWriter, 1);
+        oWriter.Flush();
     }
     else if (PropertyRecord::Get<char>(oStream) == MARKER)
     {
@@ -174,12 +184,12 @@ bool CVQPropertyManager::GetNextProperty(CVQString& oName, CVQProperty& oValue, 
 
 CVQProperty& CVQPropertyManager::Missing()
 {
-    static CVQProperty& s_oMissing = *new CVQProperty; // never destroyed: destructors of static objects may ask
+    static CVQProperty& s_oMissing = CPropertyMap::NewMissing();
     return s_oMissing;
 }
 
 CVQProperty& CVQPropertyManager::MissingConst()
 {
-    static CVQProperty& s_oMissing = *new CVQProperty;
+    static CVQProperty& s_oMissing = CPropertyMap::NewMissing();
     return s_oMissing;
 }

@@ -26,10 +26,15 @@ CVQPropertyStruct::~CVQPropertyStruct() = default;
 
 void CVQPropertyStruct::Serialize(CVQDataStream& oStream)
 {
-    if (oStream.IsStoring())
-        Store(oStream, 1);
-    else
+    if (!oStream.IsStoring())
+    {
         Load(oStream, 1);
+        return;
+    }
+
+    CStreamWriter oWriter(oStream);
+    Store(oWriter, 1);
+    oWriter.Flush();
 }
 
 CVQPropertyStruct::CVQPropertyStruct() noexcept = default;
@@ -88,7 +93,7 @@ bool CVQPropertyStruct::RemoveAllStructElements()
 
 CVQProperty& CVQPropertyStruct::FindElement(const CVQString& oName)
 {
-    static CVQProperty& s_oMissing = *new CVQProperty; // never destroyed: destructors of static objects may ask
+    static CVQProperty& s_oMissing = CPropertyMap::NewMissing();
     return CPropertyMap::FindOr(m_pElements, oName, s_oMissing);
 }
 
@@ -128,11 +133,11 @@ CVQString CVQPropertyStruct::AsFormattedString() const
     if (m_pElements != nullptr)
     {
         m_pElements->ForEach(
-            [&sText](const CVQString& oName, const CVQProperty& oValue)
+            [&sText](const std::string& sName, const CVQProperty& oValue)
             {
-                sText += PropertyText::View(oName);
+                sText += sName;
                 sText += '=';
-                sText += PropertyText::View(oValue.AsFormattedString());
+                sText += PropertyRecord::View(oValue.AsFormattedString());
                 sText += ' ';
             });
     }
@@ -141,7 +146,13 @@ CVQString CVQPropertyStruct::AsFormattedString() const
 
 bool CVQPropertyStruct::Read(CFileIO* pFile)
 {
-    return pFile != nullptr && Read(*pFile, 1);
+    if (pFile == nullptr)
+        return false;
+
+    CFileReader oReader(*pFile);
+    const bool bRead = Read(oReader, 1);
+    oReader.Finish();
+    return bRead;
 }
 
 bool CVQPropertyStruct::Write(CFileIO* pFile) const
@@ -149,7 +160,9 @@ bool CVQPropertyStruct::Write(CFileIO* pFile) const
     if (pFile == nullptr || IsDeeperThan(PropertyRecord::MAX_DEPTH))
         return false;
 
-    Write(*pFile);
+    CFileWriter oWriter(*pFile);
+    Write(oWriter);
+    oWriter.Flush();
     return true;
 }
 
@@ -159,11 +172,11 @@ void CVQPropertyStruct::TakeOver(CVQPropertyStruct& oOther) noexcept
     PropertyRecord::TakeOver(m_oStructureName, oOther.m_oStructureName);
 }
 
-void CVQPropertyStruct::Store(CVQDataStream& oStream, unsigned nDepth) const
+void CVQPropertyStruct::Store(CStreamWriter& oWriter, unsigned nDepth) const
 {
-    PropertyRecord::Put(oStream, MARKER);
-    CPropertyMap::Store(m_pElements.get(), oStream, nDepth);
-    WriteStreamString(oStream, m_oStructureName);
+    oWriter.Put(MARKER);
+    CPropertyMap::Store(m_pElements.get(), oWriter, nDepth);
+    oWriter.PutText(m_oStructureName);
 }
 
 void CVQPropertyStruct::Load(CVQDataStream& oStream, unsigned nDepth)
@@ -176,18 +189,18 @@ void CVQPropertyStruct::Load(CVQDataStream& oStream, unsigned nDepth)
     ReadStreamString(oStream, m_oStructureName);
 }
 
-bool CVQPropertyStruct::Read(CFileIO& oFile, unsigned nDepth)
+bool CVQPropertyStruct::Read(CFileReader& oReader, unsigned nDepth)
 {
-    if (!CPropertyMap::Read(m_pElements, oFile, nDepth))
+    if (!CPropertyMap::Read(m_pElements, oReader, nDepth))
         return false;
 
-    PropertyRecord::Read(oFile, m_oStructureName);
+    oReader.Read(m_oStructureName);
     return true;
 }
 
-bool CVQPropertyStruct::Write(CFileIO& oFile) const
+bool CVQPropertyStruct::Write(CFileWriter& oWriter) const
 {
-    return CPropertyMap::Write(m_pElements.get(), oFile) && oFile.Write(m_oStructureName);
+    return CPropertyMap::Write(m_pElements.get(), oWriter) && oWriter.Write(m_oStructureName);
 }
 
 bool CVQPropertyStruct::IsDeeperThan(unsigned nLevels) const
@@ -197,6 +210,6 @@ bool CVQPropertyStruct::IsDeeperThan(unsigned nLevels) const
 
 CVQProperty& CVQPropertyStruct::MissingConst()
 {
-    static CVQProperty& s_oMissing = *new CVQProperty;
+    static CVQProperty& s_oMissing = CPropertyMap::NewMissing();
     return s_oMissing;
 }

@@ -6,7 +6,10 @@
 #include <memory>
 
 class CFileIO;
+class CFileReader;
+class CFileWriter;
 class CPropertyMap;
+class CStreamWriter;
 class CVQDataStream;
 class CVQProperty;
 
@@ -106,8 +109,8 @@ public:
     /// Copies the first element.
     ///
     /// @param oValue     is assigned to, as CVQProperty assigns
-    /// @param nPosition  where the element stands, for GetNextElement(); good while no element is removed. It fits 32
-    ///                   bits and says nothing else
+    /// @param nPosition  where the element stands, for GetNextElement(); good while the struct is not changed. It fits
+    ///                   32 bits and says nothing else
     /// @return           false when there are no elements
     bool GetFirstElement(CVQString& oName, CVQProperty& oValue, long& nPosition) const;
     /// Copies the element behind the one at a position, and moves the position to it.
@@ -135,10 +138,10 @@ private:
     static CVQProperty& MissingConst();
     void TakeOver(CVQPropertyStruct& oOther) noexcept;
 
-    void Store(CVQDataStream& oStream, unsigned nDepth) const;
+    void Store(CStreamWriter& oWriter, unsigned nDepth) const;
     void Load(CVQDataStream& oStream, unsigned nDepth);
-    bool Read(CFileIO& oFile, unsigned nDepth);
-    bool Write(CFileIO& oFile) const;
+    bool Read(CFileReader& oReader, unsigned nDepth);
+    bool Write(CFileWriter& oWriter) const;
     bool IsDeeperThan(unsigned nLevels) const;
 
     std::unique_ptr<CPropertyMap> m_pElements; // null while there are none

@@ -173,6 +173,44 @@ void RegisterMemory()
              });
 }
 
+/// Both ways in one turn.
+void RegisterRoundTrip()
+{
+    Register("manager/store and load/100000/ours",
+             [](benchmark::State& oState)
+             {
+                 Ours();
+                 for (auto _ : oState)
+                 {
+                     CVQDataStream oStream(CVQDataStream::STORING);
+                     StoreOurs(oStream);
+                     CVQDataStream oLoading(oStream);
+                     CVQPropertyManager oManager;
+                     oManager.Serialize(oLoading);
+                     benchmark::DoNotOptimize(oManager);
+                 }
+             });
+    Register("manager/store and load/100000/msgpack",
+             [](benchmark::State& oState)
+             {
+                 MessagePack();
+                 for (auto _ : oState)
+                 {
+                     msgpack::sbuffer oBuffer;
+                     msgpack::pack(oBuffer, MessagePack());
+                     const TPeer oMap = msgpack::unpack(oBuffer.data(), oBuffer.size()).get().as<TPeer>();
+                     benchmark::DoNotOptimize(oMap);
+                 }
+             });
+    Register("manager/store and load/100000/nlohmann",
+             [](benchmark::State& oState)
+             {
+                 Json();
+                 for (auto _ : oState)
+                     benchmark::DoNotOptimize(nlohmann::json::from_msgpack(nlohmann::json::to_msgpack(Json())));
+             });
+}
+
 std::string FileName()
 {
     return (std::filesystem::temp_directory_path() / "VQPropertyManager_bench.tmp").string();
@@ -183,6 +221,14 @@ void WriteBytes(const char* pBytes, std::size_t nSize)
     std::FILE* const pFile = std::fopen(FileName().c_str(), "wb");
     std::fwrite(pBytes, 1, nSize, pFile);
     std::fclose(pFile);
+}
+
+/// A new file for each turn: to empty an old one takes the system as long as it likes.
+void RemoveFile(benchmark::State& oState)
+{
+    oState.PauseTiming();
+    std::remove(FileName().c_str());
+    oState.ResumeTiming();
 }
 
 std::string ReadBytes()
@@ -211,7 +257,10 @@ void RegisterFiles()
              {
                  Ours();
                  for (auto _ : oState)
+                 {
+                     RemoveFile(oState);
                      WriteOurs();
+                 }
              });
     Register("manager/write file/100000/msgpack",
              [](benchmark::State& oState)
@@ -219,6 +268,7 @@ void RegisterFiles()
                  MessagePack();
                  for (auto _ : oState)
                  {
+                     RemoveFile(oState);
                      msgpack::sbuffer oBuffer;
                      msgpack::pack(oBuffer, MessagePack());
                      WriteBytes(oBuffer.data(), oBuffer.size());
@@ -230,6 +280,7 @@ void RegisterFiles()
                  Json();
                  for (auto _ : oState)
                  {
+                     RemoveFile(oState);
                      const auto oBytes = nlohmann::json::to_msgpack(Json());
                      WriteBytes(reinterpret_cast<const char*>(oBytes.data()), oBytes.size());
                  }
@@ -305,6 +356,7 @@ void RegisterLookups(int nCount)
 int main(int nArguments, char** ppArguments)
 {
     RegisterMemory();
+    RegisterRoundTrip();
     RegisterFiles();
     for (const int nCount : {10, 1000, 100000})
         RegisterLookups(nCount);

@@ -321,6 +321,84 @@ TEST(PropertyRecords, MayHoldLocalisedTexts)
     EXPECT_EQ(oManager[""].GetInt(), 6);
 }
 
+namespace
+{
+/// A file object of a program: numbers are texts in it.
+class CTextFile : public CMemFileIO
+{
+public:
+    CTextFile() : CMemFileIO(64) {}
+
+    using CMemFileIO::Read;
+    using CMemFileIO::Write;
+
+    bool Write(int nValue) override { return WriteAscii(nValue); }
+
+    bool Write(const CVQString& oText) override { return WriteAscii(oText); }
+
+    bool Write(bool bValue) override { return Write(int{bValue}); }
+
+    bool Write(float fValue) override { return WriteAscii(fValue); }
+};
+} // namespace
+
+TEST(PropertyRecords, GoThroughTheOperationsOfAnotherFileClass)
+{
+    CTextFile oFile;
+    CVQPropertyManager oManager = ScalarsManager(false);
+    oManager.RemoveProperty("text");
+    EXPECT_TRUE(oManager.Write(&oFile));
+    EXPECT_EQ(
+        std::string(reinterpret_cast<const char*>(oFile.GetBuffer()), oFile.GetSize()),
+        "7; \"bool\"; 98; 1; \"empty text\"; 115; \"\"; \"float\"; 102; -1.5000; \"id\"; 83; 4711; \"int\"; 105; -2; "
+        "\"long\"; 108; 2147483647; \"ulong\"; 76; -2; ");
+}
+
+TEST(PropertyRecords, AreReadOneBehindTheOther)
+{
+    // longer than the pieces that are read at once, and a text longer than those
+    CVQPropertyManager oManager;
+    for (int i = 0; i < 3000; ++i)
+        oManager.SetProperty(CVQString(sctFormat, "name %d", i), i);
+    oManager.SetProperty("long", CVQProperty(CVQString('x', 100000)));
+    CVQProperty oNumber(7);
+    CVQParams oParams = ScalarsParams(true);
+    std::string sFile;
+    for (int i = 0; i < 3; ++i)
+        sFile += WrittenBytes(oManager) + WrittenBytes(oNumber) + WrittenBytes(oParams);
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("records", sFile);
+    CFileIO oDisk;
+    oDisk.Open("records", CFileIO::READ);
+    CBytesFile oMemory(sFile);
+
+    class CUnknownFile : public CBytesFile
+    {
+    public:
+        using CBytesFile::CBytesFile;
+    } oUnknown(sFile);
+
+    for (CFileIO* pFile : {&oDisk, static_cast<CFileIO*>(&oMemory), static_cast<CFileIO*>(&oUnknown)})
+    {
+        CMemFileIO oWritten(4096);
+        for (int i = 0; i < 3; ++i)
+        {
+            CVQPropertyManager oReadManager;
+            CVQProperty oReadNumber;
+            CVQParams oReadParams;
+            EXPECT_TRUE(oReadManager.Read(pFile));
+            EXPECT_TRUE(oReadNumber.Read(pFile));
+            EXPECT_TRUE(oReadParams.Read(pFile));
+            oReadManager.Write(&oWritten);
+            oReadNumber.Write(&oWritten);
+            oReadParams.Write(&oWritten);
+        }
+        EXPECT_TRUE(pFile->IsEof());
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(oWritten.GetBuffer()), oWritten.GetSize()), sFile);
+    }
+}
+
 // What promises much and holds little takes no memory; with ever deeper lists the promises would add up.
 TEST(IsolatedPropertyRecords, TakeNoMoreThanTheyHold)
 {

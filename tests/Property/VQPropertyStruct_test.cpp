@@ -220,7 +220,7 @@ TEST(VQPropertyStruct, GoesThroughItsElements)
     }
 }
 
-TEST(VQPropertyStruct, PositionsOfRemovedElementsEnd)
+TEST(VQPropertyStruct, PositionsDoNoHarmWhenTheStructChanges)
 {
     CVQPropertyStruct oStruct;
     for (const char* pName : {"a", "b", "c", "d"})
@@ -230,15 +230,43 @@ TEST(VQPropertyStruct, PositionsOfRemovedElementsEnd)
     long nPosition = 0;
     oStruct.GetFirstElement(oName, oValue, nPosition);
     oStruct.GetNextElement(oName, oValue, nPosition);
-    oStruct.RemoveStructElement("c");
-    long nNext = nPosition;
-    EXPECT_TRUE(oStruct.GetNextElement(oName, oValue, nNext));
-    EXPECT_STREQ(~oName, "d");
-    oStruct.RemoveStructElement("b");
-    EXPECT_FALSE(oStruct.GetNextElement(oName, oValue, nPosition));
     oStruct["e"] = 1;
+    oStruct["_"] = 1;
+    EXPECT_TRUE(oStruct.GetNextElement(oName, oValue, nPosition));
+    for (const char* pName : {"a", "b", "c", "d", "_"})
+        oStruct.RemoveStructElement(pName);
+    EXPECT_FALSE(oStruct.GetNextElement(oName, oValue, nPosition));
+    EXPECT_EQ(NamesOf(oStruct), "e ");
     oStruct["f"] = 1;
-    EXPECT_EQ(NamesOf(oStruct), "a d e f ");
+    oStruct["0"] = 1;
+    EXPECT_EQ(NamesOf(oStruct), "0 e f ");
+    oStruct.RemoveStructElement("e");
+    EXPECT_EQ(NamesOf(oStruct), "0 f ");
+    LoadFrom(oStruct,
+             'm' + Word(2) + Text("y") + Versioned(IntRecord(1)) + Text("x") + Versioned(IntRecord(1)) + Text(""));
+    EXPECT_EQ(NamesOf(oStruct), "x y ");
+    EXPECT_EQ(NamesOf(CVQPropertyStruct(oStruct)), "x y ");
+}
+
+TEST(VQPropertyStruct, ALocalisedNameKeepsItsNumber)
+{
+    const CNumberTexts oTexts;
+    CVQString oFive;
+    oFive.LoadStringResource(5);
+    CVQPropertyStruct oStruct;
+    oStruct.AddStructElement(oFive, 1);
+    const CVQPropertyStruct oCopy(oStruct);
+    CVQString oName("before");
+    CVQProperty oValue;
+    long nPosition = 0;
+    ASSERT_TRUE(oCopy.GetFirstElement(oName, oValue, nPosition));
+    EXPECT_STREQ(~oName, "five");
+    EXPECT_EQ(oName.GetStringId(), 5);
+    oStruct.RemoveStructElement("five");
+    oStruct["plain"] = 2;
+    ASSERT_TRUE(oStruct.GetFirstElement(oName, oValue, nPosition));
+    EXPECT_STREQ(~oName, "plain");
+    EXPECT_EQ(oName.GetStringId(), -1);
 }
 
 TEST(VQPropertyStruct, FormatsAllElements)
