@@ -288,7 +288,7 @@ unsigned long CExtendedFileSystem::AppendFile(const char* pName)
         ThrowException(ERROR_APPEND, __LINE__, SOURCE_FILE, "Could not open file for appending.");
 
     // What is written goes to the end of a file wherever its pointer stands; a device may have no end to go to.
-    std::int64_t nLength = static_cast<std::int64_t>(oStatus.nSize);
+    auto nLength = static_cast<std::int64_t>(oStatus.nSize);
     if (oStatus.eKind != System::eFileKind::File)
         nLength = System::SeekFile(nFile, 0, SEEK_END) ? System::TellFile(nFile) : -1;
     if (nLength < 0 || nLength > MAX_FILE_SIZE)

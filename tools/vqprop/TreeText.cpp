@@ -196,7 +196,7 @@ std::string FindMisfit(const sNode& oNode, const std::string& sPath, bool bTyped
     for (std::size_t i = 0; i < oNode.m_aElements.size(); ++i)
     {
         const sNode& oElement = oNode.m_aElements[i];
-        const std::string sElement = sPath + IndexText(i);
+        std::string sElement = sPath + IndexText(i);
         const bool bFits = pTemplate == nullptr
                                ? oElement.m_cType == '-'
                                : oElement.m_cType == pTemplate->m_cType &&

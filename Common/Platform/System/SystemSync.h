@@ -30,7 +30,7 @@ void* MakeEvent(bool bManualReset, bool bSignalled, const char* pName);
 void* MakeSemaphore(int nCount, int nMaximum, const char* pName);
 
 // Gives one ownership of a mutex back; false when the calling thread does not own it.
-bool UnlockMutex(void* hMutex);
+bool UnlockMutex(void* hWaitable);
 
 bool SetEventSignal(void* hEvent);
 bool ClearEventSignal(void* hEvent);
@@ -40,7 +40,7 @@ bool ClearEventSignal(void* hEvent);
 bool UnlockSemaphore(void* hSemaphore, int nCount, int& nPrevious);
 
 // Waits for any waitable object: a mutex, an event, a semaphore, a thread.
-unsigned WaitFor(void* hObject, unsigned nMilliseconds);
+unsigned WaitFor(void* hWaitable, unsigned nMilliseconds);
 
 bool CloseWaitable(void* hObject);
 
