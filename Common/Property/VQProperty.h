@@ -95,18 +95,27 @@ public:
     /// A property of the type of the argument: see Set().
     CVQProperty(int nValue) noexcept : CVQProperty(PROPTYPE_INT, nValue, 0) {}
 
+    /// A number without a sign, of 32 bits.
     CVQProperty(unsigned long nValue) noexcept : CVQProperty(PROPTYPE_ULONG, static_cast<std::int32_t>(nValue), 0) {}
 
+    /// A number of 32 bits.
     CVQProperty(long nValue) noexcept : CVQProperty(PROPTYPE_LONG, static_cast<std::int32_t>(nValue), 0) {}
 
+    /// A truth value.
     CVQProperty(bool bValue) noexcept : CVQProperty(PROPTYPE_BOOL, bValue ? 1 : 0, 0) {}
 
+    /// A float.
     CVQProperty(float fValue) noexcept : CVQProperty(PROPTYPE_FLOAT, 0, fValue) {}
 
+    /// A text.
     CVQProperty(const CVQString& oValue);
+    /// A text; null is the empty one.
     CVQProperty(const char* pValue);
+    /// The number of a localised text.
     CVQProperty(const CVQStringId& oValue);
+    /// A copy of the struct.
     CVQProperty(const CVQPropertyStruct& oValue);
+    /// A copy of the list.
     CVQProperty(const CVQPropertyList& oValue);
 
     /// A copy of the value alone: the format is not copied, and neither are the slots that the type does not use.
@@ -160,10 +169,13 @@ public:
     /// The number slot.
     operator int() const noexcept { return m_nInteger; }
 
+    /// The number slot, with its sign.
     operator long() const noexcept { return m_nInteger; }
 
+    /// The number slot without a sign; above 32 bits it is zero.
     operator unsigned long() const noexcept { return static_cast<std::uint32_t>(m_nInteger); }
 
+    /// The number slot.
     int GetInt() const noexcept { return m_nInteger; }
 
     /// Whether the number slot is not 0.
@@ -206,6 +218,7 @@ public:
         return m_nType;
     }
 
+    /// Whether GetType() is that type.
     bool IsOfType(ePropType nType) const noexcept
     {
         return m_nType == nType;
@@ -220,6 +233,7 @@ public:
     /// A format for AsFormattedString(), as for printf.
     void SetFormat(const CVQString& oFormat);
 
+    /// The format that SetFormat() was given, empty at first.
     const CVQString& GetFormat() const noexcept
     {
         return FormatSlot();
