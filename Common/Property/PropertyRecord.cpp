@@ -8,7 +8,7 @@
 
 namespace
 {
-constexpr std::size_t LARGE_PIECE = 64 * 1024;
+constexpr std::size_t LARGE_PIECE = std::size_t{64} * 1024;
 
 /// Whether the typed operations of a file object are those of the library, which write and read nothing but bytes.
 bool IsPlain(const CFileIO& oFile)

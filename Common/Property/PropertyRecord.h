@@ -85,7 +85,7 @@ void TakeOver(TValue& oTarget, TValue& oSource) noexcept
 /// The bytes of a string, zeros within it too.
 inline std::string_view View(const CVQString& oText)
 {
-    return {~oText, static_cast<std::size_t>(oText.GetLength())};
+    return {~oText != nullptr ? ~oText : "", static_cast<std::size_t>(oText.GetLength())};
 }
 } // namespace PropertyRecord
 

@@ -322,6 +322,53 @@ void RegisterFiles()
              });
 }
 
+/// Both ways in one turn.
+void RegisterFileRoundTrip()
+{
+    Register("manager/write and read file/100000/ours",
+             [](benchmark::State& oState)
+             {
+                 Ours();
+                 for (auto _ : oState)
+                 {
+                     RemoveFile(oState);
+                     WriteOurs();
+                     CFileIO oFile;
+                     oFile.Open(FileName().c_str(), CFileIO::READ);
+                     CVQPropertyManager oManager;
+                     oManager.Read(&oFile);
+                     benchmark::DoNotOptimize(oManager);
+                 }
+             });
+    Register("manager/write and read file/100000/msgpack",
+             [](benchmark::State& oState)
+             {
+                 MessagePack();
+                 for (auto _ : oState)
+                 {
+                     RemoveFile(oState);
+                     msgpack::sbuffer oBuffer;
+                     msgpack::pack(oBuffer, MessagePack());
+                     WriteBytes(oBuffer.data(), oBuffer.size());
+                     const std::string oBytes = ReadBytes();
+                     const TPeer oMap = msgpack::unpack(oBytes.data(), oBytes.size()).get().as<TPeer>();
+                     benchmark::DoNotOptimize(oMap);
+                 }
+             });
+    Register("manager/write and read file/100000/nlohmann",
+             [](benchmark::State& oState)
+             {
+                 Json();
+                 for (auto _ : oState)
+                 {
+                     RemoveFile(oState);
+                     const auto oPacked = nlohmann::json::to_msgpack(Json());
+                     WriteBytes(reinterpret_cast<const char*>(oPacked.data()), oPacked.size());
+                     benchmark::DoNotOptimize(nlohmann::json::from_msgpack(ReadBytes()));
+                 }
+             });
+}
+
 void RegisterLookups(int nCount)
 {
     const auto pNames = std::make_shared<std::vector<std::string>>();
@@ -358,6 +405,7 @@ int main(int nArguments, char** ppArguments)
     RegisterMemory();
     RegisterRoundTrip();
     RegisterFiles();
+    RegisterFileRoundTrip();
     for (const int nCount : {10, 1000, 100000})
         RegisterLookups(nCount);
     const int nResult = RunWithRatios(nArguments, ppArguments);
