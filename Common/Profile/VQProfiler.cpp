@@ -72,6 +72,7 @@ COMMON_PRESERVE_REGISTERS void RecordBegin(const char* pName)
     sVQProfileRawSample* const pSample = g_pWritePosition;
     pSample->m_nCounter = nCounter;
     g_pWritePosition = pSample + 1;
+    COMMON_KEEP_ARGUMENT(pName);
 }
 
 COMMON_PRESERVE_REGISTERS void RecordEnd()

@@ -5,7 +5,9 @@
 // sanitizers, whose calls would use the others.
 //
 // COMMON_PRESERVE_REGISTERS stands before such a function, COMMON_GENERAL_REGISTERS before an inline function that is
-// used in one. On processors without such a convention, and with other compilers, they are ordinary functions.
+// used in one. COMMON_KEEP_ARGUMENT(argument) ends one that takes an argument: clang counts the register of its first
+// argument to what it may change. On processors without such a convention, and with other compilers, they are
+// ordinary functions.
 #if !defined(__i386__) && !defined(__x86_64__)
 #    define COMMON_PRESERVE_REGISTERS
 #    define COMMON_GENERAL_REGISTERS
@@ -23,4 +25,12 @@
 #else
 #    define COMMON_PRESERVE_REGISTERS
 #    define COMMON_GENERAL_REGISTERS
+#endif
+
+#if defined(__clang__) && defined(__x86_64__) && defined(_WIN32)
+#    define COMMON_KEEP_ARGUMENT(argument) __asm__ volatile("" : : "c"(argument))
+#elif defined(__clang__) && defined(__x86_64__)
+#    define COMMON_KEEP_ARGUMENT(argument) __asm__ volatile("" : : "D"(argument))
+#else
+#    define COMMON_KEEP_ARGUMENT(argument) static_cast<void>(argument)
 #endif
