@@ -1,5 +1,6 @@
 #include <Common/Debug/XfsException.h>
 #include <Common/File/ExtendedFileSystem.h>
+#include <Common/File/ExtendedFileSystemErrors.h>
 #include <Common/File/FileBuffer.h>
 #include <Common/Platform/PlatformFile.h>
 #include <Common/Platform/PlatformString.h>
@@ -18,20 +19,8 @@
 
 namespace
 {
-constexpr const char* SOURCE_FILE = "Common/File/ExtendedFileSystem";
-
 // Positions and sizes of files are 32 bits wide.
 constexpr std::uint32_t MAX_FILE_SIZE = std::numeric_limits<std::uint32_t>::max();
-
-constexpr unsigned long ERROR_TOO_MANY_FILES = 4001;
-constexpr unsigned long ERROR_NOT_FOUND = 4002;
-constexpr unsigned long ERROR_CREATE = 4005;
-constexpr unsigned long ERROR_READ = 4006;
-constexpr unsigned long ERROR_WRITE = 4007;
-constexpr unsigned long ERROR_HANDLE = 4008;
-constexpr unsigned long ERROR_SEEK = 4009;
-constexpr unsigned long ERROR_OPEN = 4010;
-constexpr unsigned long ERROR_APPEND = 4015;
 
 // A target of a seek that no file has.
 constexpr std::int64_t OUTSIDE = -1;
@@ -256,7 +245,7 @@ unsigned long CExtendedFileSystem::OpenFile(const char* pName)
     // Thrown here, because names that are missing are an everyday matter and each call on the way out costs time.
     const unsigned long nHandle = SearchFile(pName);
     if (nHandle == 0)
-        throw CXfsException(ERROR_NOT_FOUND, __LINE__, SOURCE_FILE, "File not found.");
+        throw CXfsException(XfsError::NOT_FOUND, __LINE__, XfsError::SOURCE_FILE, "File not found.");
     return nHandle;
 }
 
@@ -270,7 +259,7 @@ unsigned long CExtendedFileSystem::CreateFile(const char* pName)
     System::sFileStatus oStatus;
     const int nFile = System::OpenUnbuffered(pName, "wb", oStatus);
     if (nFile < 0)
-        ThrowException(ERROR_CREATE, __LINE__, SOURCE_FILE, "Could not create file for writing.");
+        ThrowException(XfsError::CREATE, __LINE__, XfsError::SOURCE_FILE, "Could not create file for writing.");
 
     return OccupySlot(oInfo, nFile, true, 0, 0, 0);
 }
@@ -285,7 +274,7 @@ unsigned long CExtendedFileSystem::AppendFile(const char* pName)
     System::sFileStatus oStatus;
     const int nFile = System::OpenUnbuffered(pName, "ab", oStatus);
     if (nFile < 0)
-        ThrowException(ERROR_APPEND, __LINE__, SOURCE_FILE, "Could not open file for appending.");
+        ThrowException(XfsError::APPEND, __LINE__, XfsError::SOURCE_FILE, "Could not open file for appending.");
 
     // What is written goes to the end of a file wherever its pointer stands; a device may have no end to go to.
     auto nLength = static_cast<std::int64_t>(oStatus.nSize);
@@ -294,7 +283,7 @@ unsigned long CExtendedFileSystem::AppendFile(const char* pName)
     if (nLength < 0 || nLength > MAX_FILE_SIZE)
     {
         FILE_Close(nFile);
-        ThrowException(ERROR_APPEND, __LINE__, SOURCE_FILE, "Could not open file for appending.");
+        ThrowException(XfsError::APPEND, __LINE__, XfsError::SOURCE_FILE, "Could not open file for appending.");
     }
 
     return OccupySlot(oInfo, nFile, true, 0, static_cast<std::uint32_t>(nLength), static_cast<std::uint32_t>(nLength));
@@ -313,7 +302,7 @@ unsigned long CExtendedFileSystem::ReadFile(unsigned long nHandle, void* pTarget
 {
     sFileInfo& oInfo = RequireFile(nHandle, __LINE__);
     if (nCount == 0)
-        ThrowException(ERROR_HANDLE, __LINE__, SOURCE_FILE, MESSAGE_HANDLE);
+        ThrowException(XfsError::HANDLE, __LINE__, XfsError::SOURCE_FILE, MESSAGE_HANDLE);
 
     const std::uint32_t nLeft = oInfo.m_nSize - oInfo.m_nPosition;
     if (nLeft == 0)
@@ -358,7 +347,7 @@ bool CExtendedFileSystem::ReadLine(unsigned long nHandle, char* pTarget, unsigne
 {
     sFileInfo& oInfo = RequireFile(nHandle, __LINE__);
     if (nSize == 0)
-        ThrowException(ERROR_HANDLE, __LINE__, SOURCE_FILE, MESSAGE_HANDLE);
+        ThrowException(XfsError::HANDLE, __LINE__, XfsError::SOURCE_FILE, MESSAGE_HANDLE);
 
     CFileBuffer& oBuffer = BufferOf(oInfo);
     const std::uint64_t nOffset = OffsetOf(oInfo);
@@ -554,7 +543,7 @@ sFileInfo& CExtendedFileSystem::RequireFreeSlot()
 {
     sFileInfo* const pInfo = AllocFileInfo();
     if (pInfo == nullptr)
-        ThrowException(ERROR_TOO_MANY_FILES, __LINE__, SOURCE_FILE, "Too many open files.");
+        ThrowException(XfsError::TOO_MANY_FILES, __LINE__, XfsError::SOURCE_FILE, "Too many open files.");
     return *pInfo;
 }
 
@@ -581,7 +570,7 @@ sFileInfo& CExtendedFileSystem::RequireFile(unsigned long nHandle, unsigned long
 const sFileInfo& CExtendedFileSystem::RequireFile(unsigned long nHandle, unsigned long nLine) const
 {
     if (!IsFileOpen(nHandle))
-        ThrowException(ERROR_HANDLE, nLine, SOURCE_FILE, MESSAGE_HANDLE);
+        ThrowException(XfsError::HANDLE, nLine, XfsError::SOURCE_FILE, MESSAGE_HANDLE);
     return *GetFileForHandle(nHandle);
 }
 
@@ -613,7 +602,7 @@ unsigned long CExtendedFileSystem::ArchiveFileOpen(const char* pPath)
     case ePlainFile::Opened:
         return OccupySlot(*pInfo, nFile, false, 0, nSize, 0);
     case ePlainFile::TooLarge:
-        ThrowException(ERROR_OPEN, __LINE__, SOURCE_FILE, "Could not open file.");
+        ThrowException(XfsError::OPEN, __LINE__, XfsError::SOURCE_FILE, "Could not open file.");
     case ePlainFile::Missing:
         break;
     }
@@ -724,7 +713,7 @@ void CExtendedFileSystem::AdvanceAfterWrite(sFileInfo& oInfo, std::uint32_t nCou
 bool CExtendedFileSystem::SeekTo(sFileInfo& oInfo, std::int64_t nTarget, unsigned long nLine) const
 {
     if (nTarget == OUTSIDE)
-        ThrowException(ERROR_SEEK, nLine, SOURCE_FILE, "Error trying to set the file pointer.");
+        ThrowException(XfsError::SEEK, nLine, XfsError::SOURCE_FILE, "Error trying to set the file pointer.");
 
     // The physical pointer follows with the next transfer.
     oInfo.m_nPosition = static_cast<std::uint32_t>(nTarget);
@@ -733,12 +722,12 @@ bool CExtendedFileSystem::SeekTo(sFileInfo& oInfo, std::int64_t nTarget, unsigne
 
 void CExtendedFileSystem::FailRead(unsigned long nLine) const
 {
-    ThrowException(ERROR_READ, nLine, SOURCE_FILE, "Error reading from file.");
+    ThrowException(XfsError::READ, nLine, XfsError::SOURCE_FILE, "Error reading from file.");
 }
 
 void CExtendedFileSystem::FailWrite(unsigned long nLine) const
 {
-    ThrowException(ERROR_WRITE, nLine, SOURCE_FILE, "Error writing to file.");
+    ThrowException(XfsError::WRITE, nLine, XfsError::SOURCE_FILE, "Error writing to file.");
 }
 
 const char* CExtendedFileSystem::FindFiles(const char* pPattern, bool* pIsDirectory, unsigned long* pSize)

@@ -1,6 +1,7 @@
 // The archive half of CExtendedFileSystem: finding entries of archives, packing and unpacking.
 
 #include <Common/File/ExtendedFileSystem.h>
+#include <Common/File/ExtendedFileSystemErrors.h>
 
 #include <Common/Debug/XfsException.h>
 #include <Common/File/ArchiveReader.h>
@@ -34,17 +35,6 @@ std::shared_ptr<sArchiveEntry> ShareTable(sArchiveEntry* pEntries);
 
 namespace
 {
-constexpr const char* SOURCE_FILE = "Common/File/ExtendedFileSystem";
-
-constexpr unsigned long ERROR_CREATE = 4005;
-constexpr unsigned long ERROR_READ = 4006;
-constexpr unsigned long ERROR_WRITE = 4007;
-constexpr unsigned long ERROR_OPEN = 4010;
-constexpr unsigned long ERROR_HEADER = 4012;
-constexpr unsigned long ERROR_TABLE = 4013;
-constexpr unsigned long ERROR_VERSION = 4014;
-constexpr unsigned long ERROR_DIRECTORY = 4016;
-
 constexpr int EVENT_FILE_STORED = 1;
 constexpr int EVENT_FILE_EXTRACTED = 2;
 constexpr int EVENT_DIRECTORY_CREATED = 3;
@@ -71,19 +61,19 @@ const char* GetMessage(unsigned long nCode)
 {
     switch (nCode)
     {
-    case ERROR_CREATE:
+    case XfsError::CREATE:
         return "Could not create file for writing.";
-    case ERROR_READ:
+    case XfsError::READ:
         return "Error reading from file.";
-    case ERROR_WRITE:
+    case XfsError::WRITE:
         return "Error writing to file.";
-    case ERROR_OPEN:
+    case XfsError::OPEN:
         return "Could not open file.";
-    case ERROR_HEADER:
+    case XfsError::HEADER:
         return "Unable to write archive header.";
-    case ERROR_TABLE:
+    case XfsError::TABLE:
         return "Error writing archive directory.";
-    case ERROR_VERSION:
+    case XfsError::VERSION:
         return "Incorrect archive version.";
     default:
         return "Could not change the directory. The directory does probably not exist.";
@@ -92,16 +82,16 @@ const char* GetMessage(unsigned long nCode)
 
 [[noreturn]] void Fail(unsigned long nCode, unsigned long nLine)
 {
-    throw CXfsException(nCode, nLine, SOURCE_FILE, GetMessage(nCode));
+    throw CXfsException(nCode, nLine, XfsError::SOURCE_FILE, GetMessage(nCode));
 }
 
 // Throws what a result of the reader means here; Ok passes.
 void Require(eArchiveResult nResult, unsigned long nLine)
 {
     if (nResult == eArchiveResult::WrongVersion)
-        Fail(ERROR_VERSION, nLine);
+        Fail(XfsError::VERSION, nLine);
     if (nResult != eArchiveResult::Ok)
-        Fail(ERROR_READ, nLine);
+        Fail(XfsError::READ, nLine);
 }
 
 // How many bytes of a path stand before its last name.
@@ -303,7 +293,7 @@ bool CExtendedFileSystem::OpenArchiveEntry(const char* pPath, sFileInfo& oInfo)
     Require(CArchiveReader::CheckEntry(pArchive->m_oHeader, *pEntry), __LINE__);
     const int nFile = System::OpenShared(pArchive->m_pPhysicalPath);
     if (nFile == NO_FILE)
-        Fail(ERROR_OPEN, __LINE__);
+        Fail(XfsError::OPEN, __LINE__);
 
     OccupySlot(oInfo, nFile, false, pArchive->m_nBase + pEntry->m_nOffset, pEntry->m_nSize, 0);
     return true;
@@ -334,7 +324,7 @@ sArchiveInfo* CExtendedFileSystem::RegisterArchive(sArchiveInfo* pParent, const 
         if (pEntry == nullptr || pEntry->m_nIsDirectory == 0)
             return nullptr;
         if (!oReader.Open(pParent->m_pPhysicalPath))
-            Fail(ERROR_OPEN, __LINE__);
+            Fail(XfsError::OPEN, __LINE__);
     }
 
     if (s_nRegisteredNodes >= m_aArchives.size())
@@ -394,7 +384,7 @@ public:
     {
         const std::int64_t nPosition = System::TellFile(nFile);
         if (nPosition < 0 || !System::GetStatus(System::GetStream(nFile), m_oArchive))
-            Fail(ERROR_WRITE, __LINE__);
+            Fail(XfsError::WRITE, __LINE__);
         m_nPosition = static_cast<std::uint64_t>(nPosition);
         if (oFiles.HasCallbacks())
             m_pRecord = std::make_unique<CRecord>();
@@ -412,8 +402,8 @@ public:
         std::memcpy(oHeader.m_aMagic, ARCHIVE_MAGIC, sizeof(ARCHIVE_MAGIC));
         oHeader.m_nMajorVersion = ARCHIVE_MAJOR_VERSION;
         oHeader.m_nMinorVersion = ARCHIVE_MINOR_VERSION;
-        Write(&oHeader, sizeof(oHeader), ERROR_HEADER);
-        Flush(ERROR_HEADER);
+        Write(&oHeader, sizeof(oHeader), XfsError::HEADER);
+        Flush(XfsError::HEADER);
 
         const std::vector<sFound> aFound = FindNames();
         std::vector<sArchiveEntry> aTable;
@@ -423,7 +413,7 @@ public:
             if (!oFound.m_bDirectory)
                 WriteFile(AddEntry(aTable, oFound.m_sName, nNode));
         }
-        Flush(ERROR_WRITE);
+        Flush(XfsError::WRITE);
 
         for (const sFound& oFound : aFound)
         {
@@ -433,8 +423,8 @@ public:
 
         oHeader.m_nTableOffset = static_cast<std::uint32_t>(m_nPosition - nNode);
         oHeader.m_nEntryCount = static_cast<std::uint32_t>(aTable.size());
-        Write(aTable.data(), aTable.size() * sizeof(sArchiveEntry), ERROR_TABLE);
-        Flush(ERROR_TABLE);
+        Write(aTable.data(), aTable.size() * sizeof(sArchiveEntry), XfsError::TABLE);
+        Flush(XfsError::TABLE);
 
         oHeader.m_nNodeSize = static_cast<std::uint32_t>(m_nPosition - nNode);
         Rewrite(nNode, oHeader);
@@ -455,11 +445,11 @@ private:
         {
             System::sFileStatus oStatus;
             if (!System::GetStatus(".", oStatus) || oWriter.m_aLevels.size() == MAXIMUM_DEPTH)
-                Fail(ERROR_DIRECTORY, __LINE__);
+                Fail(XfsError::DIRECTORY, __LINE__);
 
             const auto bSame = [&](const System::sFileStatus& oAbove) { return oAbove.IsSameFile(oStatus); };
             if (std::any_of(oWriter.m_aLevels.begin(), oWriter.m_aLevels.end(), bSame))
-                Fail(ERROR_OPEN, __LINE__);
+                Fail(XfsError::OPEN, __LINE__);
             oWriter.m_aLevels.push_back(oStatus);
         }
 
@@ -478,7 +468,7 @@ private:
         bool bDirectory = false;
         const char* pName = FindFiles("*.*", &bDirectory, nullptr);
         if (pName == nullptr)
-            Fail(ERROR_OPEN, __LINE__);
+            Fail(XfsError::OPEN, __LINE__);
 
         for (; pName != nullptr; pName = FindFiles(nullptr, &bDirectory, nullptr))
         {
@@ -493,9 +483,9 @@ private:
     sArchiveEntry& AddEntry(std::vector<sArchiveEntry>& aTable, const std::string& sName, std::uint64_t nNode)
     {
         if (sName.size() >= ARCHIVE_NAME_SIZE)
-            Fail(ERROR_TABLE, __LINE__);
+            Fail(XfsError::TABLE, __LINE__);
         if (!CArchiveReader::IsPlainName(sName.c_str()))
-            Fail(ERROR_OPEN, __LINE__); // it could not be extracted again
+            Fail(XfsError::OPEN, __LINE__); // it could not be extracted again
 
         sArchiveEntry& oEntry = aTable.emplace_back();
         std::memcpy(oEntry.m_aName, sName.data(), sName.size());
@@ -507,26 +497,26 @@ private:
     {
         CFileHandle oFile(oEntry.m_aName, "rb");
         if (!oFile.IsOpened())
-            Fail(ERROR_OPEN, __LINE__);
+            Fail(XfsError::OPEN, __LINE__);
         const System::sFileStatus& oStatus = oFile.GetStatus();
         if (oStatus.eKind != System::eFileKind::File || oStatus.IsSameFile(m_oArchive))
-            Fail(ERROR_OPEN, __LINE__);
+            Fail(XfsError::OPEN, __LINE__);
         if (m_nPosition + oStatus.nSize > MAXIMUM_ARCHIVE_SIZE)
-            Fail(ERROR_WRITE, __LINE__);
+            Fail(XfsError::WRITE, __LINE__);
         oEntry.m_nSize = static_cast<std::uint32_t>(oStatus.nSize);
 
         // A file that fits into the buffer is read in one piece.
         if (oEntry.m_nSize <= BUFFER_SIZE && oEntry.m_nSize > BUFFER_SIZE - m_nUsed)
-            Flush(ERROR_WRITE);
+            Flush(XfsError::WRITE);
 
         std::uint32_t nLeft = oEntry.m_nSize;
         do
         {
             if (m_nUsed == BUFFER_SIZE)
-                Flush(ERROR_WRITE);
+                Flush(XfsError::WRITE);
             const auto nPiece = static_cast<std::uint32_t>(std::min<std::size_t>(nLeft, BUFFER_SIZE - m_nUsed));
             if (FILE_Read(oFile.Get(), m_pBuffer.get() + m_nUsed, 1, nPiece) != nPiece)
-                Fail(ERROR_READ, __LINE__);
+                Fail(XfsError::READ, __LINE__);
             if (nLeft == oEntry.m_nSize)
                 Notify(EVENT_FILE_STORED, oEntry.m_aName);
 
@@ -546,10 +536,10 @@ private:
             oReturn.emplace();
 
         if (DIR_Change(oEntry.m_aName) != 1)
-            Fail(ERROR_DIRECTORY, __LINE__);
+            Fail(XfsError::DIRECTORY, __LINE__);
         WriteNode();
         if (!(oReturn.has_value() ? oReturn->Return() : ChangeUpTo(m_aLevels.back())))
-            Fail(ERROR_DIRECTORY, __LINE__);
+            Fail(XfsError::DIRECTORY, __LINE__);
 
         oEntry.m_nSize = static_cast<std::uint32_t>(m_nPosition - nBegin);
         oEntry.m_nIsDirectory = 1;
@@ -558,7 +548,7 @@ private:
     void Write(const void* pBytes, std::size_t nSize, unsigned long nCode)
     {
         if (nSize > MAXIMUM_ARCHIVE_SIZE - m_nPosition)
-            Fail(ERROR_WRITE, __LINE__);
+            Fail(XfsError::WRITE, __LINE__);
 
         for (const char* pNext = static_cast<const char*>(pBytes); nSize != 0;)
         {
@@ -588,7 +578,7 @@ private:
         if (!System::SeekFile(m_nFile, static_cast<std::int64_t>(nNode), SEEK_SET) ||
             FILE_Write(m_nFile, &oHeader, 1, sizeof(oHeader)) != sizeof(oHeader) ||
             !System::SeekFile(m_nFile, static_cast<std::int64_t>(m_nPosition), SEEK_SET))
-            Fail(ERROR_TABLE, __LINE__);
+            Fail(XfsError::TABLE, __LINE__);
     }
 
     void Notify(int nEvent, std::string_view sName)
@@ -614,28 +604,28 @@ bool CExtendedFileSystem::CreateArchive(const char* pArchive, const char* pDirec
 {
     CFileHandle oFile(pArchive != nullptr ? AddArchiveExtension(pArchive).c_str() : nullptr, "wb");
     if (!oFile.IsOpened())
-        Fail(ERROR_OPEN, __LINE__);
+        Fail(XfsError::OPEN, __LINE__);
 
     const sNamedDirectory oSource(pDirectory);
     const CDirectoryReturn oReturn;
     if (!oReturn.IsValid() || !oSource.m_bExists)
-        Fail(ERROR_DIRECTORY, __LINE__);
+        Fail(XfsError::DIRECTORY, __LINE__);
     if (!oSource.m_sParent.empty() && DIR_Change(oSource.m_sParent.c_str()) != 1)
-        Fail(ERROR_DIRECTORY, __LINE__);
+        Fail(XfsError::DIRECTORY, __LINE__);
 
     RecursiveArchiveCreate(oSource.m_sName.c_str(), static_cast<unsigned long>(oFile.Get()));
 
     if (!oReturn.Return())
-        Fail(ERROR_DIRECTORY, __LINE__);
+        Fail(XfsError::DIRECTORY, __LINE__);
     if (!oFile.Close())
-        Fail(ERROR_WRITE, __LINE__);
+        Fail(XfsError::WRITE, __LINE__);
     return true;
 }
 
 void CExtendedFileSystem::RecursiveArchiveCreate(const char* pDirectory, unsigned long nFile)
 {
     if (*pDirectory != '\0' && DIR_Change(pDirectory) != 1)
-        Fail(ERROR_DIRECTORY, __LINE__);
+        Fail(XfsError::DIRECTORY, __LINE__);
 
     CArchiveWriter oWriter(*this, static_cast<int>(nFile));
     oWriter.WriteNode();
@@ -662,12 +652,12 @@ public:
 
         System::sFileStatus oAbove;
         if (m_nDepth == MAXIMUM_DEPTH || !System::GetStatus(".", oAbove))
-            Fail(ERROR_DIRECTORY, __LINE__);
+            Fail(XfsError::DIRECTORY, __LINE__);
 
         NotifyDirectory(pDirectory);
         DIR_Create(pDirectory); // there may be one
         if (!System::EnterDirectoryHere(pDirectory))
-            Fail(ERROR_DIRECTORY, __LINE__);
+            Fail(XfsError::DIRECTORY, __LINE__);
         if (m_pRecord != nullptr)
             m_sDirectory = System::GetWorkingDirectory();
 
@@ -687,7 +677,7 @@ public:
         --m_nDepth;
 
         if (!ChangeUpTo(oAbove))
-            Fail(ERROR_DIRECTORY, __LINE__);
+            Fail(XfsError::DIRECTORY, __LINE__);
     }
 
 private:
@@ -716,7 +706,7 @@ private:
     static void RequireNewName(const char* pName, const CMade& oMade)
     {
         if (!CArchiveReader::IsPlainName(pName) || oMade.Has(pName))
-            Fail(ERROR_CREATE, __LINE__);
+            Fail(XfsError::CREATE, __LINE__);
     }
 
     void ExtractFile(const char* pDirectory, const CArchiveNode& oNode, const sArchiveEntry& oEntry, CMade& oMade)
@@ -737,7 +727,7 @@ private:
             pFile.reset(System::CreateStreamHere(oEntry.m_aName, System::eOldFile::Replace, &oStatus));
         }
         if (pFile == nullptr)
-            Fail(ERROR_CREATE, __LINE__);
+            Fail(XfsError::CREATE, __LINE__);
         oMade.Add(oStatus);
         std::setvbuf(pFile.get(), nullptr, _IONBF, 0);
 
@@ -746,11 +736,11 @@ private:
         {
             const std::size_t nPiece = std::min<std::size_t>(oEntry.m_nSize - nDone, BUFFER_SIZE);
             if (std::fwrite(Fetch(nBegin + nDone, nPiece), 1, nPiece, pFile.get()) != nPiece)
-                Fail(ERROR_WRITE, __LINE__);
+                Fail(XfsError::WRITE, __LINE__);
             nDone += static_cast<std::uint32_t>(nPiece);
         }
         if (std::fclose(pFile.release()) != 0)
-            Fail(ERROR_WRITE, __LINE__);
+            Fail(XfsError::WRITE, __LINE__);
     }
 
     void ExtractDirectory(const CArchiveNode& oNode, const sArchiveEntry& oEntry, CMade& oMade)
@@ -775,7 +765,7 @@ private:
             const auto nFill = static_cast<std::size_t>(std::min<std::uint64_t>(
                 BUFFER_SIZE, m_oReader.GetLength() - std::min(nPosition, m_oReader.GetLength())));
             if (nFill < nSize || !m_oReader.ReadBytes(nPosition, m_pWindow.get(), nFill))
-                Fail(ERROR_READ, __LINE__);
+                Fail(XfsError::READ, __LINE__);
             m_nWindow = nPosition;
             m_nFilled = nFill;
         }
@@ -817,14 +807,14 @@ bool CExtendedFileSystem::ExtractArchive(const char* pArchive, const char* pDire
     const std::string sTarget = oDestination.m_sParent + oDestination.m_sName;
     const CDirectoryReturn oReturn;
     if (!oReturn.IsValid() || !oDestination.m_bExists)
-        Fail(ERROR_DIRECTORY, __LINE__);
+        Fail(XfsError::DIRECTORY, __LINE__);
     if (!sTarget.empty() && DIR_Change(sTarget.c_str()) != 1)
-        Fail(ERROR_DIRECTORY, __LINE__);
+        Fail(XfsError::DIRECTORY, __LINE__);
 
     CArchiveExtractor oExtractor(*this, oReader);
     oExtractor.ExtractNode(sSplitPath(sArchive).m_sName.c_str(), oRoot);
 
     if (!oReturn.Return())
-        Fail(ERROR_DIRECTORY, __LINE__);
+        Fail(XfsError::DIRECTORY, __LINE__);
     return true;
 }

@@ -2,6 +2,7 @@
 #include <Common/Debug/VQException.h>
 #include <Common/File/ExtendedFileSystem.h>
 #include <Common/File/FileIO.h>
+#include <Common/String/ControlEscape.h>
 
 #include <algorithm>
 #include <charconv>
@@ -42,29 +43,8 @@ bool EndsComment(char cCharacter)
 // What a character stands for behind a backslash; NUL when it stands for itself and the backslash too.
 char TranslateEscape(char cCharacter)
 {
-    switch (cCharacter)
-    {
-    case '"':
-    case '\'':
-    case '\\':
-        return cCharacter;
-    case 'a':
-        return '\a';
-    case 'b':
-        return '\b';
-    case 'f':
-        return '\f';
-    case 'n':
-        return '\n';
-    case 'r':
-        return '\r';
-    case 't':
-        return '\t';
-    case 'v':
-        return '\v';
-    default:
-        return '\0';
-    }
+    const bool bItself = cCharacter == '"' || cCharacter == '\'' || cCharacter == '\\';
+    return bItself ? cCharacter : GetControlEscape(cCharacter);
 }
 
 // The value of a digit in bases up to 16; 16 for what is none.

@@ -1,4 +1,5 @@
 #include <Common/Platform/PlatformString.h>
+#include <Common/String/ControlEscape.h>
 #include <Common/String/StringTokenizer.h>
 
 #include <algorithm>
@@ -92,28 +93,11 @@ void LowerAll(char* pText, const char* pEnd)
         STR_strlwr(pText);
 }
 
-/// What a letter behind a backslash stands for.
+/// What a character behind a backslash stands for.
 char EscapedCharacter(int nCharacter)
 {
-    switch (nCharacter)
-    {
-    case 'a':
-        return '\a';
-    case 'b':
-        return '\b';
-    case 'f':
-        return '\f';
-    case 'n':
-        return '\n';
-    case 'r':
-        return '\r';
-    case 't':
-        return '\t';
-    case 'v':
-        return '\v';
-    default:
-        return static_cast<char>(nCharacter);
-    }
+    const char cControl = GetControlEscape(nCharacter);
+    return cControl != '\0' ? cControl : static_cast<char>(nCharacter);
 }
 } // namespace
 
