@@ -68,10 +68,19 @@ install_packages()
         apt-get install -y --no-install-recommends -o DPkg::Lock::Timeout=600 "$@" </dev/null
 }
 
+# package_source: sets suite and mirror to where this machine takes its own packages from
+package_source()
+{
+    suite=$(. /etc/os-release && say "$VERSION_CODENAME")
+    mirror=$(apt-get indextargets --format '$(CODENAME) $(REPO_URI)' 'Created-By: Packages' 2>/dev/null |
+        awk -v suite="$suite" '$1 == suite { print $2; exit }')
+    [ -n "$mirror" ] || { complain "the package sources of this machine name no mirror of $suite"; return 1; }
+}
+
 # windows_x86_root: where the i386 root stands that runs 32-bit Windows programs
 windows_x86_root() { say "$cache/windows-x86-root"; }
 
-# make_windows_x86_root: makes the i386 root with 32-bit Wine, from where this machine takes its own packages
+# make_windows_x86_root: makes the i386 root with 32-bit Wine
 make_windows_x86_root()
 {
     root=$(windows_x86_root)
@@ -79,10 +88,7 @@ make_windows_x86_root()
     [ "$(id -u)" = 0 ] || { complain "only root can make the i386 root for 32-bit Windows programs"; return 1; }
     need debootstrap || return 1
 
-    suite=$(. /etc/os-release && say "$VERSION_CODENAME")
-    mirror=$(apt-get indextargets --format '$(CODENAME) $(REPO_URI)' 'Created-By: Packages' 2>/dev/null |
-        awk -v suite="$suite" '$1 == suite { print $2; exit }')
-    [ -n "$mirror" ] || { complain "the package sources of this machine name no mirror of $suite"; return 1; }
+    package_source || return 1
 
     step "making the i386 root for 32-bit Windows programs, once (about a minute, 1.1 GB)"
     mkdir -p "$cache"
@@ -96,4 +102,28 @@ make_windows_x86_root()
     fi
     rm -rf "$part" "$part.log"
     [ -d "$root" ]
+}
+
+# clean_root: where the root stands that has nothing of ours, to install packages in
+clean_root() { say "$cache/clean-root"; }
+
+# make_clean_root PACKAGE...: makes that root, with these packages of the system beside the least that a system has
+make_clean_root()
+{
+    root=$(clean_root)
+    include=$(printf '%s\n' "$@" | sort -u | tr '\n' ' ')
+    [ "$(cat "$root/made-with" 2>/dev/null)" != "$include" ] || return 0
+    [ "$(id -u)" = 0 ] || { complain "only root can make a clean root to install packages in"; return 1; }
+    need mmdebstrap && package_source || return 1
+
+    step "making a clean root to install packages in, once (less than a minute, 800 MB)"
+    mkdir -p "$cache"
+    part=$(mktemp -d "$root.XXXXXX")
+    if quietly "$part.log" mmdebstrap --mode=root --variant=minbase "--include=$include" "$suite" "$part" "$mirror"; then
+        say "$include" >"$part/made-with"
+        rm -rf "$root"
+        [ -d "$root" ] || mv "$part" "$root"
+    fi
+    rm -rf "$part" "$part.log"
+    [ "$(cat "$root/made-with" 2>/dev/null)" = "$include" ]
 }
