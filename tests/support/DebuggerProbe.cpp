@@ -6,6 +6,15 @@ namespace
 {
 volatile int g_nArrived;
 
+/// A class of a program that derives from one of the library.
+class CShipName : public CVQString
+{
+public:
+    CShipName(const char* pName, int nFlight) : CVQString(pName), m_nFlight(nFlight) {}
+
+    int m_nFlight;
+};
+
 void Here()
 {
     g_nArrived = 1;
@@ -23,6 +32,7 @@ int main()
     CVQString::s_pfnLoadString = LoadText;
 
     CVQString oName("Eagle");
+    CShipName oShipName("Eagle", 11);
     CVQString oNone;
     CVQString oEmpty("x");
     oEmpty = "";
