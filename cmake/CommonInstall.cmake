@@ -14,6 +14,13 @@ foreach(header IN LISTS COMMON_PUBLIC_HEADERS)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder} COMPONENT development)
 endforeach()
 install(FILES ${COMMON_WINDOWS_RUNTIME} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library)
+foreach(dll IN LISTS COMMON_WINDOWS_RUNTIME)
+    # CMake strips what it has built alone
+    get_filename_component(dll ${dll} NAME)
+    install(CODE "if(CMAKE_INSTALL_DO_STRIP)
+        execute_process(COMMAND \"${CMAKE_STRIP}\" \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${dll}\")
+    endif()" COMPONENT library)
+endforeach()
 
 install(EXPORT CommonTargets NAMESPACE Common:: DESTINATION ${package_dir} COMPONENT development)
 configure_package_config_file(cmake/CommonConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/CommonConfig.cmake
@@ -39,6 +46,9 @@ endif()
 
 # The guides, and the reference where it is built; what complains about an undocumented name makes it.
 set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/libcommon-doc)
+if(WIN32)
+    set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/common)
+endif()
 install(FILES README.md CONTRIBUTING.md DESTINATION ${doc_dir} COMPONENT documentation)
 install(DIRECTORY docs/ DESTINATION ${doc_dir}/docs COMPONENT documentation PATTERN Doxyfile EXCLUDE)
 if(COMMON_BUILD_REFERENCE)

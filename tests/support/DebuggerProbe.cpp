@@ -1,5 +1,7 @@
 #include <Common/Common.h>
 
+#include <cstring>
+
 // A program for check-debuggers, which stops it at Here() and looks at the variables.
 
 namespace
@@ -89,6 +91,12 @@ int main()
 
     const CVQString& oReference = oName;
     CVQPropertyManager* pManager = &oManager;
+
+    // what a debugger meets before an object is made
+    alignas(CVQString) unsigned char aNoString[sizeof(CVQString)];
+    alignas(CVQProperty) unsigned char aNoProperty[sizeof(CVQProperty)];
+    std::memset(aNoString, 0xFF, sizeof(aNoString));
+    std::memset(aNoProperty, 0, sizeof(aNoProperty));
     Here();
     return oReference.IsEmpty() || pManager->GetPropertyCount() == 0 ? 1 : 0;
 }
