@@ -383,7 +383,7 @@ public:
         : m_oFiles(oFiles), m_nFile(nFile), m_pBuffer(std::make_unique_for_overwrite<char[]>(BUFFER_SIZE))
     {
         const std::int64_t nPosition = System::TellFile(nFile);
-        if (nPosition < 0 || !System::GetStatus(System::GetStream(nFile), m_oArchive))
+        if (nPosition < 0 || !System::GetHandleStatus(nFile, m_oArchive))
             Fail(XfsError::WRITE, __LINE__);
         m_nPosition = static_cast<std::uint64_t>(nPosition);
         if (oFiles.HasCallbacks())

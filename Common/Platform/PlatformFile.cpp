@@ -25,8 +25,8 @@ constexpr int Answer(bool bSuccess)
     return bSuccess ? 1 : -1;
 }
 
-/// The streams behind the handles. A slot is free, or taken: by a stream, by an open or close that is under way, by a
-/// shared file, or for good by a stream that failed to close. Only a stream is seen from outside.
+/// What is behind the handles. A slot is free, or taken: by a stream, a descriptor or a shared file, by an open or
+/// close that is under way, or for good by what failed to close. Only a stream is seen from outside.
 ///
 /// It is ready before any constructor runs and stays so after every destructor, so that static objects of all modules
 /// may use files. Streams that are open when the library goes are neither flushed nor closed by it.
@@ -85,6 +85,13 @@ public:
         Slot(nFile).store(reinterpret_cast<std::uintptr_t>(pFile) | SHARED, std::memory_order_release);
     }
 
+    /// Fills a slot that Reserve() took.
+    void Store(int nFile, int nDescriptor) noexcept
+    {
+        Slot(nFile).store((static_cast<std::uintptr_t>(nDescriptor) << KIND_BITS) | DESCRIPTOR,
+                          std::memory_order_release);
+    }
+
     /// Frees a slot that Reserve() or Detach() holds.
     void Release(int nFile) noexcept { Slot(nFile).store(FREE, std::memory_order_release); }
 
@@ -94,11 +101,15 @@ public:
     /// The shared file of a slot, or null.
     System::CSharedFile* FindShared(int nFile) const noexcept { return SharedOf(ContentOf(nFile)); }
 
-    /// What Detach() takes out of a slot: one of the two, or neither.
+    /// The descriptor of a slot, or NO_FILE.
+    int FindDescriptor(int nFile) const noexcept { return DescriptorOf(ContentOf(nFile)); }
+
+    /// What Detach() takes out of a slot: one of the three, or none.
     struct sOpen
     {
         std::FILE* m_pStream = nullptr;
         System::CSharedFile* m_pShared = nullptr;
+        int m_nDescriptor = NO_FILE;
     };
 
     /// Takes out what is open in a slot, which stays taken. Of two threads one gets it.
@@ -108,7 +119,7 @@ public:
         while (nContent > TAKEN)
         {
             if (Slot(nFile).compare_exchange_weak(nContent, TAKEN, std::memory_order_acq_rel))
-                return {StreamOf(nContent), SharedOf(nContent)};
+                return {StreamOf(nContent), SharedOf(nContent), DescriptorOf(nContent)};
         }
         return {};
     }
@@ -117,8 +128,13 @@ private:
     static constexpr std::size_t SLOT_COUNT = 1024;
     static constexpr std::size_t BUFFER_SIZE = 4096;
     static constexpr std::uintptr_t FREE = 0;
-    static constexpr std::uintptr_t TAKEN = 1;  // no address of a stream
-    static constexpr std::uintptr_t SHARED = 1; // in an address: that of a shared file
+    static constexpr std::uintptr_t TAKEN = 1; // no address of a stream
+
+    // The lowest bits of a content tell its kind: those of the address of a stream are 0.
+    static constexpr unsigned KIND_BITS = 2;
+    static constexpr std::uintptr_t KIND = 3;
+    static constexpr std::uintptr_t SHARED = 1;     // in the address of a shared file
+    static constexpr std::uintptr_t DESCRIPTOR = 2; // in a descriptor, shifted by KIND_BITS
 
     std::uintptr_t ContentOf(int nFile) const noexcept
     {
@@ -128,12 +144,18 @@ private:
 
     static std::FILE* StreamOf(std::uintptr_t nContent) noexcept
     {
-        return (nContent & SHARED) == 0 ? reinterpret_cast<std::FILE*>(nContent) : nullptr;
+        return (nContent & KIND) == 0 ? reinterpret_cast<std::FILE*>(nContent) : nullptr;
     }
 
     static System::CSharedFile* SharedOf(std::uintptr_t nContent) noexcept
     {
-        return (nContent & SHARED) != 0 ? reinterpret_cast<System::CSharedFile*>(nContent - SHARED) : nullptr;
+        const bool bShared = (nContent & KIND) == SHARED && nContent != TAKEN;
+        return bShared ? reinterpret_cast<System::CSharedFile*>(nContent - SHARED) : nullptr;
+    }
+
+    static int DescriptorOf(std::uintptr_t nContent) noexcept
+    {
+        return (nContent & KIND) == DESCRIPTOR ? static_cast<int>(nContent >> KIND_BITS) : NO_FILE;
     }
 
     bool Take(std::size_t nSlot) noexcept
@@ -150,6 +172,14 @@ private:
 };
 
 constinit CFileTable s_oTable;
+
+// Moves items between memory and a descriptor; how many whole ones went.
+template <typename tCall, typename tBytes>
+unsigned Transfer(tCall fnCall, int nDescriptor, tBytes* pBytes, unsigned nSize, unsigned nCount) noexcept
+{
+    const std::size_t nTotal = std::size_t{nSize} * nCount;
+    return nTotal != 0 ? static_cast<unsigned>(fnCall(nDescriptor, pBytes, nTotal) / nSize) : 0;
+}
 
 // Copies a part of a path into a buffer of limited size, which may be null.
 void StorePart(char* pTarget, const char* pBegin, const char* pEnd, std::size_t nSize)
@@ -185,12 +215,14 @@ int FILE_Open(const char* pPath, const char* pMode)
 
 int FILE_Close(int nFile)
 {
-    const auto [pStream, pShared] = s_oTable.Detach(nFile);
-    if (pStream == nullptr && pShared == nullptr)
+    const auto [pStream, pShared, nDescriptor] = s_oTable.Detach(nFile);
+    if (pStream == nullptr && pShared == nullptr && nDescriptor == NO_FILE)
         return -1;
 
-    // A stream that failed to close is gone all the same: its slot stays taken, and nobody reaches the stream again.
+    // What failed to close is gone all the same: its slot stays taken, and nobody reaches it again.
     if (pStream != nullptr && std::fclose(pStream) != 0)
+        return -1;
+    if (nDescriptor != NO_FILE && !System::CloseDescriptor(nDescriptor))
         return -1;
     if (pShared != nullptr)
         System::ReleaseShared(pShared);
@@ -201,12 +233,18 @@ int FILE_Close(int nFile)
 
 unsigned FILE_Read(int nFile, void* pBuffer, unsigned nSize, unsigned nCount)
 {
+    if (const int nDescriptor = s_oTable.FindDescriptor(nFile); nDescriptor != NO_FILE)
+        return Transfer(System::ReadDescriptor, nDescriptor, pBuffer, nSize, nCount);
+
     std::FILE* const pStream = s_oTable.Find(nFile);
     return pStream != nullptr ? static_cast<unsigned>(std::fread(pBuffer, nSize, nCount, pStream)) : 0;
 }
 
 unsigned FILE_Write(int nFile, const void* pBuffer, unsigned nSize, unsigned nCount)
 {
+    if (const int nDescriptor = s_oTable.FindDescriptor(nFile); nDescriptor != NO_FILE)
+        return Transfer(System::WriteDescriptor, nDescriptor, pBuffer, nSize, nCount);
+
     std::FILE* const pStream = s_oTable.Find(nFile);
     return pStream != nullptr ? static_cast<unsigned>(std::fwrite(pBuffer, nSize, nCount, pStream)) : 0;
 }
@@ -247,7 +285,8 @@ int FILE_Seek(int nFile, long nOffset, int nOrigin)
 int FILE_Flush(int nFile)
 {
     std::FILE* const pStream = s_oTable.Find(nFile);
-    return Answer(pStream != nullptr ? std::fflush(pStream) == 0 : s_oTable.FindShared(nFile) != nullptr);
+    const bool bUnbuffered = s_oTable.FindShared(nFile) != nullptr || s_oTable.FindDescriptor(nFile) != NO_FILE;
+    return Answer(pStream != nullptr ? std::fflush(pStream) == 0 : bUnbuffered);
 }
 
 int FILE_Printf(int nFile, const char* pFormat, ...)
@@ -315,15 +354,14 @@ int System::OpenUnbuffered(const char* pPath, const char* pMode, sFileStatus& oS
     if (nFile == NO_FILE)
         return NO_FILE;
 
-    std::FILE* const pStream = OpenStream(pPath, pMode, {}, &oStatus);
-    if (pStream == nullptr)
+    const int nDescriptor = OpenDescriptor(pPath, pMode, oStatus);
+    if (nDescriptor == NO_FILE)
     {
         s_oTable.Release(nFile);
         return NO_FILE;
     }
 
-    std::setvbuf(pStream, nullptr, _IONBF, 0);
-    s_oTable.Store(nFile, pStream);
+    s_oTable.Store(nFile, nDescriptor);
     return nFile;
 }
 
@@ -355,21 +393,31 @@ std::uint32_t System::ReadFile(int nFile, std::uint64_t nOffset, bool bThere, vo
     return FILE_Read(nFile, pTarget, 1, nCount);
 }
 
-std::FILE* System::GetStream(int nFile) noexcept
+bool System::GetHandleStatus(int nFile, sFileStatus& oStatus) noexcept
 {
-    return s_oTable.Find(nFile);
+    if (const int nDescriptor = s_oTable.FindDescriptor(nFile); nDescriptor != NO_FILE)
+        return GetDescriptorStatus(nDescriptor, oStatus);
+
+    std::FILE* const pStream = s_oTable.Find(nFile);
+    return pStream != nullptr && GetStatus(pStream, oStatus);
 }
 
 std::int64_t System::TellFile(int nFile) noexcept
 {
+    if (const int nDescriptor = s_oTable.FindDescriptor(nFile); nDescriptor != NO_FILE)
+        return SeekDescriptor(nDescriptor, 0, SEEK_CUR);
+
     std::FILE* const pStream = s_oTable.Find(nFile);
     return pStream != nullptr ? System::TellStream(pStream) : -1;
 }
 
 bool System::SeekFile(int nFile, std::int64_t nOffset, int nOrigin) noexcept
 {
+    if (const int nDescriptor = s_oTable.FindDescriptor(nFile); nDescriptor != NO_FILE)
+        return SeekDescriptor(nDescriptor, nOffset, nOrigin) >= 0;
+
     std::FILE* const pStream = s_oTable.Find(nFile);
-    return pStream != nullptr && System::SeekStream(pStream, nOffset, nOrigin);
+    return pStream != nullptr && SeekStream(pStream, nOffset, nOrigin);
 }
 
 std::int64_t System::GetFileLength(int nFile) noexcept

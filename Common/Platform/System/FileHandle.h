@@ -7,13 +7,15 @@
 /// Inside the library only; PlatformFile.cpp implements it. A handle that is not open fails, as everywhere.
 
 #include <cstdint>
-#include <cstdio>
 
 namespace System
 {
 struct sFileStatus;
 
-/// FILE_Open() for who buffers by himself: what is read and written goes straight to the system.
+/// FILE_Open() for who buffers by himself: what is read and written goes straight to the system, and no stream is made.
+///
+/// FILE_Read(), FILE_Write(), FILE_Flush() and FILE_Close() take the handle, and all that stands here; for the other
+/// FILE_ functions it counts as not open.
 ///
 /// @param oStatus  takes the status of the file, as from OpenStream()
 /// @return         the handle; -1 when the file does not open or the table is full
@@ -34,8 +36,8 @@ int OpenShared(const char* pPath) noexcept;
 /// @return        how many bytes came
 std::uint32_t ReadFile(int nFile, std::uint64_t nOffset, bool bThere, void* pTarget, std::uint32_t nCount) noexcept;
 
-/// The stream of a handle, null when it is not open. It stays the handle's.
-std::FILE* GetStream(int nFile) noexcept;
+/// The status of a handle's file; false on failure.
+bool GetHandleStatus(int nFile, sFileStatus& oStatus) noexcept;
 
 /// The position of a handle; -1 on failure.
 std::int64_t TellFile(int nFile) noexcept;

@@ -78,6 +78,34 @@ bool TruncateStream(std::FILE* pStream, std::int64_t nLength) noexcept;
 /// @return the number of bytes; negative on failure
 int PrintToStream(std::FILE* pStream, const char* pFormat, va_list pArguments) noexcept COMMON_PRINTF_FORMAT(2, 0);
 
+// ---------------------------------------------------------------- files without a stream
+
+/// Opens a file as OpenStream() does, for who buffers by himself: no stream is made, which costs as much as the open.
+///
+/// @param pMode    a mode string of fopen for bytes: "rb", "wb", "ab"
+/// @param oStatus  as for OpenStream()
+/// @return         a descriptor, to be closed with CloseDescriptor(); -1 on failure
+int OpenDescriptor(const char* pPath, const char* pMode, sFileStatus& oStatus) noexcept;
+
+/// Closes a file. It is closed also when the result is false: some of what was written did not reach the disk then.
+bool CloseDescriptor(int nDescriptor) noexcept;
+
+/// Reads bytes.
+///
+/// @return how many came: fewer at the end of the file and on failure
+std::size_t ReadDescriptor(int nDescriptor, void* pTarget, std::size_t nCount) noexcept;
+
+/// Writes bytes.
+///
+/// @return how many went: fewer on failure
+std::size_t WriteDescriptor(int nDescriptor, const void* pSource, std::size_t nCount) noexcept;
+
+/// Moves the position.
+///
+/// @param nOrigin  SEEK_SET, SEEK_CUR or SEEK_END
+/// @return         the new position; -1 on failure
+std::int64_t SeekDescriptor(int nDescriptor, std::int64_t nOffset, int nOrigin) noexcept;
+
 // ---------------------------------------------------------------- shared files
 
 /// A file that is open for reading at places, by any number of threads at a time; each names the place with each read.
@@ -178,6 +206,9 @@ bool GetStatusHere(const char* pName, sFileStatus& oStatus) noexcept;
 
 /// Tells the status of an open file.
 bool GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept;
+
+/// Tells the status of an open file.
+bool GetDescriptorStatus(int nDescriptor, sFileStatus& oStatus) noexcept;
 
 // ---------------------------------------------------------------- directories
 

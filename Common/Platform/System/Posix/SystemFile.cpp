@@ -364,6 +364,27 @@ int OpenNow(const char* pPath, int nFlags) noexcept
     return Retry([&] { return ::open(pPath, nCommon, NEW_FILE_MODE); }); // a lease of another process: wait for it
 }
 
+CDescriptor OpenInMode(const char* pPath, const sOpenMode& oMode) noexcept
+{
+    const eLastName eLast = (oMode.nFlags & O_CREAT) != 0 ? eLastName::AsItStands : eLastName::AnyCase;
+    return CDescriptor(CallWithPath(pPath, eLast, [&](const char* pExact) { return OpenNow(pExact, oMode.nFlags); }));
+}
+
+// Calls, with the bytes that are done, until all are or nothing comes any more; how many are done.
+template <typename TCall>
+std::size_t TransferAll(std::size_t nCount, TCall fnCall) noexcept
+{
+    std::size_t nDone = 0;
+    while (nDone < nCount)
+    {
+        const ssize_t nMoved = Retry([&] { return fnCall(nDone); });
+        if (nMoved <= 0)
+            break;
+        nDone += static_cast<std::size_t>(nMoved);
+    }
+    return nDone;
+}
+
 System::sFileStatus MakeStatus(const struct stat& oStat) noexcept
 {
     System::sFileStatus oStatus{};
@@ -574,10 +595,48 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
         return nullptr;
     }
 
-    const eLastName eLast = (oMode.nFlags & O_CREAT) != 0 ? eLastName::AsItStands : eLastName::AnyCase;
-    CDescriptor oDescriptor(
-        CallWithPath(pPath, eLast, [&](const char* pExact) { return OpenNow(pExact, oMode.nFlags); }));
+    CDescriptor oDescriptor = OpenInMode(pPath, oMode);
     return oDescriptor.Get() != -1 ? MakeStream(oDescriptor, oMode.aMode, aBuffer, pStatus) : nullptr;
+}
+
+int System::OpenDescriptor(const char* pPath, const char* pMode, sFileStatus& oStatus) noexcept
+{
+    sOpenMode oMode;
+    if (!oMode.Parse(pMode))
+    {
+        errno = EINVAL;
+        return -1;
+    }
+
+    CDescriptor oDescriptor = OpenInMode(pPath, oMode);
+    struct stat oStat;
+    if (oDescriptor.Get() == -1 || !PrepareDescriptor(oDescriptor.Get(), oStat))
+        return -1;
+
+    oStatus = MakeStatus(oStat);
+    return oDescriptor.Detach();
+}
+
+bool System::CloseDescriptor(int nDescriptor) noexcept
+{
+    return ::close(nDescriptor) == 0 || errno == EINTR; // an interrupted close has closed it all the same
+}
+
+std::size_t System::ReadDescriptor(int nDescriptor, void* pTarget, std::size_t nCount) noexcept
+{
+    return TransferAll(nCount, [&](std::size_t nDone)
+                       { return ::read(nDescriptor, static_cast<char*>(pTarget) + nDone, nCount - nDone); });
+}
+
+std::size_t System::WriteDescriptor(int nDescriptor, const void* pSource, std::size_t nCount) noexcept
+{
+    return TransferAll(nCount, [&](std::size_t nDone)
+                       { return ::write(nDescriptor, static_cast<const char*>(pSource) + nDone, nCount - nDone); });
+}
+
+std::int64_t System::SeekDescriptor(int nDescriptor, std::int64_t nOffset, int nOrigin) noexcept
+{
+    return ::lseek(nDescriptor, nOffset, nOrigin);
 }
 
 std::FILE* System::CreateStreamHere(const char* pName, eOldFile eOld, sFileStatus* pStatus) noexcept
@@ -667,20 +726,12 @@ void System::ReleaseShared(CSharedFile* pFile) noexcept
 
 std::size_t System::ReadShared(CSharedFile* pFile, std::uint64_t nOffset, void* pTarget, std::size_t nCount) noexcept
 {
-    std::size_t nDone = 0;
-    while (nDone < nCount)
-    {
-        const ssize_t nRead = Retry(
-            [&]
-            {
-                return ::pread(pFile->GetDescriptor(), static_cast<char*>(pTarget) + nDone, nCount - nDone,
-                               static_cast<off_t>(nOffset + nDone));
-            });
-        if (nRead <= 0)
-            break;
-        nDone += static_cast<std::size_t>(nRead);
-    }
-    return nDone;
+    return TransferAll(nCount,
+                       [&](std::size_t nDone)
+                       {
+                           return ::pread(pFile->GetDescriptor(), static_cast<char*>(pTarget) + nDone, nCount - nDone,
+                                          static_cast<off_t>(nOffset + nDone));
+                       });
 }
 
 bool System::EraseFile(const char* pPath) noexcept
@@ -780,8 +831,13 @@ bool System::GetStatusHere(const char* pName, sFileStatus& oStatus) noexcept
 
 bool System::GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept
 {
+    return GetDescriptorStatus(::fileno(pStream), oStatus);
+}
+
+bool System::GetDescriptorStatus(int nDescriptor, sFileStatus& oStatus) noexcept
+{
     struct stat oStat;
-    if (::fstat(::fileno(pStream), &oStat) != 0)
+    if (::fstat(nDescriptor, &oStat) != 0)
         return false;
 
     oStatus = MakeStatus(oStat);

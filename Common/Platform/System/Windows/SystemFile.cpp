@@ -109,6 +109,24 @@ std::FILE* OpenOnce(const char* pPath, const char* pMode) noexcept
                                                                  : std::fopen(pPath, pMode);
 }
 
+// Calls, with the bytes that are done and how many are wanted next, until all are or nothing comes any more; how many
+// are done.
+template <typename TCall>
+std::size_t TransferAll(std::size_t nCount, TCall fnCall) noexcept
+{
+    constexpr std::size_t MOST_AT_ONCE = std::size_t{1} << 30;
+
+    std::size_t nDone = 0;
+    while (nDone < nCount)
+    {
+        const int nMoved = fnCall(nDone, static_cast<unsigned>(std::min(nCount - nDone, MOST_AT_ONCE)));
+        if (nMoved <= 0)
+            break;
+        nDone += static_cast<std::size_t>(nMoved);
+    }
+    return nDone;
+}
+
 // A name that the system would take for a device, whatever its extension.
 bool IsDeviceName(std::string_view sName) noexcept
 {
@@ -153,6 +171,49 @@ std::FILE* System::OpenStream(const char* pPath, const char* pMode, std::span<ch
     if (pStream != nullptr && pStatus != nullptr && !GetStatus(pStream, *pStatus))
         *pStatus = {eFileKind::Other, NO_SIZE, 0, 0};
     return pStream;
+}
+
+int System::OpenDescriptor(const char* pPath, const char* pMode, sFileStatus& oStatus) noexcept
+{
+    if (pPath == nullptr || pMode == nullptr || std::strchr("rwa", pMode[0]) == nullptr || pMode[0] == '\0')
+    {
+        errno = EINVAL;
+        return -1;
+    }
+
+    const bool bUpdate = std::strchr(pMode, '+') != nullptr;
+    int nFlags = _O_BINARY | (bUpdate ? _O_RDWR : pMode[0] == 'r' ? _O_RDONLY : _O_WRONLY);
+    if (pMode[0] == 'w')
+        nFlags |= _O_CREAT | _O_TRUNC;
+    else if (pMode[0] == 'a')
+        nFlags |= _O_CREAT | _O_APPEND;
+
+    const int nDescriptor = ::_open(pPath, nFlags, _S_IREAD | _S_IWRITE);
+    if (nDescriptor != -1 && !GetDescriptorStatus(nDescriptor, oStatus))
+        oStatus = {eFileKind::Other, NO_SIZE, 0, 0};
+    return nDescriptor;
+}
+
+bool System::CloseDescriptor(int nDescriptor) noexcept
+{
+    return ::_close(nDescriptor) == 0;
+}
+
+std::size_t System::ReadDescriptor(int nDescriptor, void* pTarget, std::size_t nCount) noexcept
+{
+    return TransferAll(nCount, [&](std::size_t nDone, unsigned nWanted)
+                       { return ::_read(nDescriptor, static_cast<char*>(pTarget) + nDone, nWanted); });
+}
+
+std::size_t System::WriteDescriptor(int nDescriptor, const void* pSource, std::size_t nCount) noexcept
+{
+    return TransferAll(nCount, [&](std::size_t nDone, unsigned nWanted)
+                       { return ::_write(nDescriptor, static_cast<const char*>(pSource) + nDone, nWanted); });
+}
+
+std::int64_t System::SeekDescriptor(int nDescriptor, std::int64_t nOffset, int nOrigin) noexcept
+{
+    return ::_lseeki64(nDescriptor, nOffset, nOrigin);
 }
 
 std::FILE* System::CreateStreamHere(const char* pName, eOldFile eOld, sFileStatus* pStatus) noexcept
@@ -350,7 +411,12 @@ bool System::GetStatusHere(const char* pName, sFileStatus& oStatus) noexcept
 
 bool System::GetStatus(std::FILE* pStream, sFileStatus& oStatus) noexcept
 {
-    return GetHandleStatus(reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(pStream))), true, oStatus);
+    return GetDescriptorStatus(::_fileno(pStream), oStatus);
+}
+
+bool System::GetDescriptorStatus(int nDescriptor, sFileStatus& oStatus) noexcept
+{
+    return GetHandleStatus(reinterpret_cast<HANDLE>(::_get_osfhandle(nDescriptor)), true, oStatus);
 }
 
 bool System::MakeDirectory(const char* pPath) noexcept
