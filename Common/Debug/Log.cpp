@@ -17,6 +17,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -208,12 +209,51 @@ bool AppendToFile(SChannel& oChannel, const SRecord& oRecord)
     }
 }
 
-/// Adds a text as CVQMailSlot::Write(const CVQString&) does, without a string of its own.
-void WriteText(CVQMailSlot& oMailSlot, std::string_view sText)
+/// A message as CVQMailSlot puts it together piece by piece, at the price of one piece.
+class CMessage
 {
-    const auto nLength = static_cast<std::int32_t>(sText.size());
-    oMailSlot.Write(&nLength, sizeof nLength);
-    oMailSlot.Write(sText.data(), static_cast<unsigned long>(sText.size()));
+public:
+    void Add(std::uint32_t nNumber) { Append(&nNumber, sizeof nNumber); }
+
+    void Add(std::string_view sText)
+    {
+        Add(static_cast<std::uint32_t>(sText.size()));
+        Append(sText.data(), sText.size());
+    }
+
+    /// False when it would be larger than a message can be.
+    bool IsWhole() const { return m_bWhole; }
+
+    void WriteTo(CVQMailSlot& oMailSlot) const { oMailSlot.Write(m_aBytes.data(), m_nSize); }
+
+private:
+    void Append(const void* pBytes, std::size_t nCount)
+    {
+        m_bWhole = m_bWhole && nCount <= m_aBytes.size() - m_nSize;
+        if (!m_bWhole || nCount == 0)
+            return;
+        std::memcpy(m_aBytes.data() + m_nSize, pBytes, nCount);
+        m_nSize += static_cast<std::uint32_t>(nCount);
+    }
+
+    std::array<char, CVQMailSlot::MAX_MESSAGE_SIZE> m_aBytes;
+    std::uint32_t m_nSize = 0;
+    bool m_bWhole = true;
+};
+
+CMessage MessageOf(const SRecord& oRecord)
+{
+    CMessage oMessage;
+    oMessage.Add(oRecord.sComputer);
+    oMessage.Add(oRecord.sApplication);
+    oMessage.Add(oRecord.nProcess);
+    oMessage.Add(oRecord.nClass);
+    oMessage.Add(oRecord.oTicks.Get());
+    oMessage.Add(oRecord.sContext);
+    oMessage.Add(oRecord.sSource);
+    oMessage.Add(oRecord.nLine);
+    oMessage.Add(oRecord.sMessage);
+    return oMessage;
 }
 
 bool SendToNetwork(CVQMailSlot& oMailSlot, const SRecord& oRecord)
@@ -223,16 +263,12 @@ bool SendToNetwork(CVQMailSlot& oMailSlot, const SRecord& oRecord)
         if (!oMailSlot.IsOpened())
             oMailSlot.Open(MAIL_SLOT_NAME, false);
 
+        const CMessage oMessage = MessageOf(oRecord);
+        if (!oMessage.IsWhole())
+            return false;
+
         oMailSlot.BeginWrite();
-        WriteText(oMailSlot, oRecord.sComputer);
-        WriteText(oMailSlot, oRecord.sApplication);
-        oMailSlot.Write(&oRecord.nProcess, sizeof oRecord.nProcess);
-        oMailSlot.Write(&oRecord.nClass, sizeof oRecord.nClass);
-        WriteText(oMailSlot, oRecord.oTicks.Get());
-        WriteText(oMailSlot, oRecord.sContext);
-        WriteText(oMailSlot, oRecord.sSource);
-        oMailSlot.Write(&oRecord.nLine, sizeof oRecord.nLine);
-        WriteText(oMailSlot, oRecord.sMessage);
+        oMessage.WriteTo(oMailSlot);
         oMailSlot.EndWrite();
         return true;
     }
