@@ -8,6 +8,7 @@
 #include <tests/support/ChildProcess.h>
 #include <tests/support/FileSizeLimit.h>
 #include <tests/support/Fork.h>
+#include <tests/support/OrdinaryUser.h>
 #include <tests/support/RawMail.h>
 #include <tests/support/TestDirectory.h>
 
@@ -186,34 +187,35 @@ TEST_F(LogFaults, AFileThatIsReadOnlyIsToldAndTheOtherOutputsRun)
 {
     Log(LOG_FILE, "first");
     m_oDirectory.SetReadOnly(LOG_NAME, true);
-    const bool bProtected = !std::ofstream(LOG_NAME, std::ios::app | std::ios::binary).is_open();
-    if (bProtected)
     {
+        const COrdinaryUser oUser;
+        ASSERT_TRUE(std::ifstream(LOG_NAME).is_open()) << "what follows must be for the writing alone";
         Log(LOG_FILE | LOG_MESSAGEBOX, "lost");
-        EXPECT_EQ(g_aOutputs, Texts{FILE_FAILED});
-        EXPECT_EQ(g_aBoxes, Texts{"lost"});
     }
+    EXPECT_EQ(g_aOutputs, Texts{FILE_FAILED});
+    EXPECT_EQ(g_aBoxes, Texts{"lost"});
     m_oDirectory.SetReadOnly(LOG_NAME, false);
-    if (!bProtected)
-        GTEST_SKIP() << "this user writes to read-only files";
     Log(LOG_FILE, "second");
     EXPECT_EQ(MessagesInFile(LOG_NAME), (Texts{"first", "second"}));
 }
 
 TEST_F(LogFaults, ADirectoryThatIsReadOnlyIsToldAndTheOtherOutputsRun)
 {
-    m_oDirectory.MakeDirectory("sub");
+    m_oDirectory.Write("sub/there", "");
     m_oDirectory.SetReadOnly("sub", true);
-    const bool bProtected = !std::ofstream("sub/probe").is_open();
-    if (bProtected)
+    bool bProtected = false;
     {
-        Log(LOG_FILE | LOG_MESSAGEBOX, "lost", "sub/App");
-        EXPECT_EQ(g_aOutputs, Texts{FILE_FAILED});
-        EXPECT_EQ(g_aBoxes, Texts{"lost"});
+        const COrdinaryUser oUser;
+        ASSERT_TRUE(std::ifstream("sub/there").is_open()) << "what follows must be for the writing alone";
+        bProtected = !std::ofstream("sub/probe").is_open();
+        if (bProtected)
+            Log(LOG_FILE | LOG_MESSAGEBOX, "lost", "sub/App");
     }
     m_oDirectory.SetReadOnly("sub", false);
     if (!bProtected)
-        GTEST_SKIP() << "this user, or this system, writes to read-only directories";
+        GTEST_SKIP() << "this system writes to read-only directories";
+    EXPECT_EQ(g_aOutputs, Texts{FILE_FAILED});
+    EXPECT_EQ(g_aBoxes, Texts{"lost"});
     Log(LOG_FILE, "found", "sub/App");
     EXPECT_EQ(MessagesInFile("sub/App.log"), Texts{"found"});
 }
