@@ -60,6 +60,96 @@ CNames Search(const std::string& sPattern)
     GTEST_SKIP() << "this system takes no such names"
 } // namespace
 
+// ---------------------------------------------------------------- files without a stream
+
+TEST(SystemDescriptor, ReadsAndMoves)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("a", "0123456789");
+    System::sFileStatus oStatus{};
+    const int nFile = System::OpenDescriptor("a", "rb", oStatus);
+    ASSERT_NE(nFile, -1);
+    EXPECT_EQ(oStatus.eKind, System::eFileKind::File);
+    EXPECT_EQ(oStatus.nSize, 10u);
+
+    System::sFileStatus oAgain{};
+    EXPECT_TRUE(System::GetDescriptorStatus(nFile, oAgain));
+    EXPECT_TRUE(oAgain.IsSameFile(oStatus));
+
+    char aBytes[20];
+    EXPECT_EQ(System::ReadDescriptor(nFile, aBytes, 4), 4u);
+    EXPECT_EQ(std::string(aBytes, 4), "0123");
+    EXPECT_EQ(System::SeekDescriptor(nFile, 0, SEEK_CUR), 4);
+    EXPECT_EQ(System::SeekDescriptor(nFile, -3, SEEK_END), 7);
+    EXPECT_EQ(System::ReadDescriptor(nFile, aBytes, sizeof aBytes), 3u);
+    EXPECT_EQ(std::string(aBytes, 3), "789");
+    EXPECT_EQ(System::ReadDescriptor(nFile, aBytes, 1), 0u) << "the end";
+    EXPECT_EQ(System::SeekDescriptor(nFile, -1, SEEK_SET), -1);
+    EXPECT_EQ(System::WriteDescriptor(nFile, "x", 1), 0u) << "open for reading alone";
+    EXPECT_TRUE(System::CloseDescriptor(nFile));
+    EXPECT_EQ(oDirectory.Read("a"), "0123456789");
+}
+
+TEST(SystemDescriptor, WritesEmptiesAndAppends)
+{
+    const CTestDirectory oDirectory;
+
+    struct
+    {
+        const char* pMode;
+        const char* pBytes;
+        std::uint64_t nSizeBefore;
+        const char* pWhole;
+    } const aSteps[] = {{"wb", "abc\n", 0, "abc\n"}, {"ab", "de", 4, "abc\nde"}, {"wb", "f", 0, "f"}};
+
+    for (const auto& [pMode, pBytes, nSizeBefore, pWhole] : aSteps)
+    {
+        System::sFileStatus oStatus{};
+        const int nFile = System::OpenDescriptor("a", pMode, oStatus);
+        ASSERT_NE(nFile, -1) << pMode;
+        EXPECT_EQ(oStatus.nSize, nSizeBefore) << pMode;
+        const std::string sBytes(pBytes);
+        EXPECT_EQ(System::WriteDescriptor(nFile, sBytes.data(), sBytes.size()), sBytes.size()) << pMode;
+        EXPECT_EQ(oDirectory.Read("a"), pWhole) << "nothing waits in a buffer";
+        EXPECT_TRUE(System::CloseDescriptor(nFile)) << pMode;
+    }
+}
+
+TEST(SystemDescriptor, AppendsToTheEndWhereverTheFileHasGrownTo)
+{
+    const CTestDirectory oDirectory;
+    System::sFileStatus oStatus{};
+    const int nFirst = System::OpenDescriptor("a", "ab", oStatus);
+    const int nSecond = System::OpenDescriptor("a", "ab", oStatus);
+    for (const char* pBytes : {"1", "3"})
+    {
+        EXPECT_EQ(System::WriteDescriptor(nFirst, pBytes, 1), 1u);
+        EXPECT_EQ(System::WriteDescriptor(nSecond, "2", 1), 1u);
+    }
+    EXPECT_TRUE(System::CloseDescriptor(nFirst));
+    EXPECT_TRUE(System::CloseDescriptor(nSecond));
+    EXPECT_EQ(oDirectory.Read("a"), "1232");
+}
+
+TEST(SystemDescriptor, RefusesWhatIsNoFile)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.MakeDirectory("d");
+    System::sFileStatus oStatus{};
+    for (const char* pMode : {"rb", "wb", "ab"})
+    {
+        EXPECT_EQ(System::OpenDescriptor("d", pMode, oStatus), -1) << pMode;
+        EXPECT_EQ(System::OpenDescriptor("no/a", pMode, oStatus), -1) << pMode;
+        EXPECT_EQ(System::OpenDescriptor(nullptr, pMode, oStatus), -1) << pMode;
+    }
+    EXPECT_EQ(System::OpenDescriptor("a", "rb", oStatus), -1);
+    for (const char* pMode : {"", "q", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(System::OpenDescriptor("a", pMode, oStatus), -1);
+    EXPECT_FALSE(oDirectory.Has("a"));
+    EXPECT_FALSE(System::CloseDescriptor(-1));
+    EXPECT_FALSE(System::GetDescriptorStatus(-1, oStatus));
+}
+
 // ---------------------------------------------------------------- order and matching of names
 
 TEST(NameOrder, ComparesFoldedBytesAndThenBytes)
