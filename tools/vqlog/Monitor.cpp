@@ -11,6 +11,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
@@ -25,11 +26,11 @@ namespace
 constexpr std::chrono::milliseconds MAIL_REST{10};
 constexpr std::chrono::milliseconds FILE_REST{50};
 
-volatile std::sig_atomic_t g_bInterrupted = 0;
+volatile std::sig_atomic_t g_nInterrupt = 0; // the signal that asked for the end
 
 void OnInterrupt(int nSignal)
 {
-    g_bInterrupted = 1;
+    g_nInterrupt = nSignal;
     std::signal(nSignal, SIG_DFL); // a second one ends the program whatever it is waiting for
 }
 
@@ -73,10 +74,12 @@ public:
     bool IsFull() const { return m_oView.m_nMost && m_nShown >= *m_oView.m_nMost; }
 
     /// Whether the work ends here.
-    bool IsAtEnd() const { return IsFull() || g_bInterrupted != 0; }
+    bool IsAtEnd() const { return IsFull() || g_nInterrupt != 0; }
 
     void PrintCounts(unsigned long nMalformed) const
     {
+        if (g_nInterrupt == SIGINT && IsErrorTerminal())
+            std::fputc('\n', stderr); // the line has the ^C that the terminal shows
         PrintNote(std::to_string(m_nShown) + " shown, " + std::to_string(m_nLeftOut) + " left out, " +
                   std::to_string(nMalformed) + " malformed");
     }

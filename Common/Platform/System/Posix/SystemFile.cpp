@@ -98,7 +98,8 @@ public:
             return;
         }
         std::memcpy(m_aBytes, pPath, nLength + 1);
-        std::replace(m_aBytes, m_aBytes + nLength, '\\', '/');
+        for (std::size_t i = 0; i < nLength; ++i)
+            m_aBytes[i] = m_aBytes[i] == '\\' ? '/' : m_aBytes[i]; // stored always: the compiler takes many at once
         m_nLength = nLength;
     }
 
