@@ -9,6 +9,7 @@
 namespace
 {
 constexpr std::size_t LARGE_PIECE = std::size_t{64} * 1024;
+constexpr std::size_t LARGEST_PIECE = std::size_t{16} * 1024 * 1024;
 
 /// Whether the typed operations of a file object are those of the library, which write and read nothing but bytes.
 bool IsPlain(const CFileIO& oFile)
@@ -16,6 +17,29 @@ bool IsPlain(const CFileIO& oFile)
     return typeid(oFile) == typeid(CFileIO) || typeid(oFile) == typeid(CMemFileIO);
 }
 } // namespace
+
+/// Sees to room for bytes: the piece grows, or is handed over where it is large enough or there is no memory.
+///
+/// @return false when there is none for so many: nothing is left to be handed over then
+bool CStreamWriter::MakeRoom(std::size_t nSize)
+{
+    if (nSize <= LARGEST_PIECE - m_nFilled)
+    {
+        const std::size_t nRoom = std::min(std::max(2 * (m_nFilled + nSize), LARGE_PIECE), LARGEST_PIECE);
+        if (char* const pGrown = static_cast<char*>(std::realloc(m_pLargePiece.get(), nRoom)))
+        {
+            if (m_pLargePiece == nullptr)
+                std::copy_n(m_aSmallPiece.data(), m_nFilled, pGrown);
+            static_cast<void>(m_pLargePiece.release());
+            m_pLargePiece.reset(pGrown);
+            m_pPiece = pGrown;
+            m_nRoom = nRoom;
+            return true;
+        }
+    }
+    Flush();
+    return nSize <= m_nRoom;
+}
 
 CFileWriter::CFileWriter(CFileIO& oFile) : m_oFile(oFile), m_bPieces(IsPlain(oFile)) {}
 

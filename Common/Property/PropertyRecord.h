@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -89,7 +90,8 @@ inline std::string_view View(const CVQString& oText)
 }
 } // namespace PropertyRecord
 
-/// Writes records to a stream, in larger pieces than their values are.
+/// Writes records to a stream: as a whole, so that the stream takes the memory for them at once, or in large pieces
+/// where they are longer than those.
 class CStreamWriter
 {
 public:
@@ -101,9 +103,9 @@ public:
     template <class TValue>
     void Put(TValue nValue)
     {
-        if (sizeof nValue > m_aPiece.size() - m_nFilled)
-            Flush();
-        std::memcpy(m_aPiece.data() + m_nFilled, &nValue, sizeof nValue);
+        if (sizeof nValue > m_nRoom - m_nFilled)
+            MakeRoom(sizeof nValue);
+        std::memcpy(m_pPiece + m_nFilled, &nValue, sizeof nValue);
         m_nFilled += sizeof nValue;
     }
 
@@ -135,27 +137,35 @@ public:
     /// Hands over what is left; nobody else does.
     void Flush()
     {
-        m_oStream.Put(m_aPiece.data(), static_cast<unsigned long>(m_nFilled));
+        m_oStream.Put(m_pPiece, static_cast<unsigned long>(m_nFilled));
         m_nFilled = 0;
     }
 
 private:
+    struct SFree
+    {
+        void operator()(char* pBytes) const noexcept { std::free(pBytes); }
+    };
+
     void PutBytes(std::string_view sBytes)
     {
-        if (sBytes.size() > m_aPiece.size() - m_nFilled)
-            Flush();
-        if (sBytes.size() > m_aPiece.size())
+        if (sBytes.size() > m_nRoom - m_nFilled && !MakeRoom(sBytes.size()))
             m_oStream.Put(sBytes.data(), static_cast<unsigned long>(sBytes.size()));
         else if (!sBytes.empty())
         {
-            std::memcpy(m_aPiece.data() + m_nFilled, sBytes.data(), sBytes.size());
+            std::memcpy(m_pPiece + m_nFilled, sBytes.data(), sBytes.size());
             m_nFilled += sBytes.size();
         }
     }
 
+    bool MakeRoom(std::size_t nSize);
+
     CVQDataStream& m_oStream;
+    std::array<char, 1024> m_aSmallPiece; // enough for a single value
+    std::unique_ptr<char, SFree> m_pLargePiece;
+    char* m_pPiece = m_aSmallPiece.data();
+    std::size_t m_nRoom = m_aSmallPiece.size();
     std::size_t m_nFilled = 0;
-    std::array<unsigned char, 1024> m_aPiece;
 };
 
 /// Writes records to a file, in larger pieces than their values are. A file object of a class that the library does not

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 
 using PropertyRecord::CVersionedLoading;
@@ -122,6 +123,8 @@ CVQProperty::CVQProperty(CVQProperty&& oOther) noexcept
 
     if (oOther.Has(STRING_SLOT))
         std::construct_at(&m_oString, std::move(oOther.m_oString));
+    if (oOther.Has(SHORT_TEXT))
+        m_oShortText = oOther.m_oShortText;
     if (oOther.Has(STRUCT_SLOT))
         std::construct_at(&m_oStruct, std::move(oOther.m_oStruct));
     if (oOther.Has(LIST_SLOT))
@@ -165,7 +168,8 @@ void CVQProperty::Set(float fValue) noexcept
 void CVQProperty::Set(const CVQString& oValue)
 {
     const bool bLocalised = oValue.HasStringId() && oValue.IsIdenticalToStringResource();
-    String() = oValue;
+    if (oValue.HasStringId() || !AssignShort(PropertyRecord::View(oValue)))
+        String() = oValue;
     m_nType = bLocalised ? PROPTYPE_STRINGID : PROPTYPE_STRING;
     if (bLocalised)
         m_nInteger = static_cast<std::int32_t>(m_oString.GetStringId());
@@ -263,7 +267,10 @@ void CVQProperty::AssignObject(const CVQProperty& oOther)
         SetLocalised(oOther.m_nInteger);
         break;
     case PROPTYPE_STRING:
-        Set(oOther.String());
+        if (oOther.Has(SHORT_TEXT) && AssignShort(oOther.m_oShortText.View()))
+            m_nType = PROPTYPE_STRING;
+        else
+            Set(oOther.String());
         break;
     case PROPTYPE_STRUCT:
         Set(oOther.Struct());
@@ -404,12 +411,23 @@ void CVQProperty::ReleaseSlots() noexcept
 }
 
 /// Makes all slots, so that reading them changes nothing.
-void CVQProperty::MakeSlots() const noexcept
+void CVQProperty::MakeSlots() const
 {
     String();
     Struct();
     List();
     FormatSlot();
+}
+
+/// Makes the string that the short text stands for.
+void CVQProperty::MakeString() const
+{
+    CVQString oText('\0', m_oShortText.m_nAllocatedLength);
+    std::copy_n(m_oShortText.m_aBytes.data(), m_oShortText.m_nLength, oText.GetBuffer(0));
+    oText.ReleaseBuffer(m_oShortText.m_nLength);
+
+    std::construct_at(&m_oString, std::move(oText));
+    m_nSlots = static_cast<std::uint8_t>((m_nSlots & ~SHORT_TEXT) | STRING_SLOT);
 }
 
 void CVQProperty::Reset() noexcept
@@ -422,6 +440,8 @@ void CVQProperty::Reset() noexcept
         m_oList.RemoveAllListElements();
     if (Has(STRING_SLOT))
         m_oString.Empty();
+    if (Has(SHORT_TEXT))
+        m_oShortText.m_nLength = 0;
 }
 
 void CVQProperty::ReloadString() const
@@ -429,20 +449,45 @@ void CVQProperty::ReloadString() const
     String().LoadStringResource(m_nInteger);
 }
 
-/// Becomes a localised text. Without a hook to load it the text stays empty, and GetString() tries again.
+/// Becomes a localised text. Without a hook to load it the text stays what it was; an empty one GetString() loads
+/// again.
 void CVQProperty::SetLocalised(std::int32_t nId)
 {
-    String().Empty();
     m_nType = PROPTYPE_STRINGID;
     m_nInteger = nId;
     ReloadString();
+}
+
+/// Takes a text without a string id, one of an own element too, where no string was made yet. The string that it stands
+/// for has the sizes that assigning to it would have left.
+///
+/// @return false for a text that is too long or the first one and empty, and where there is a string
+bool CVQProperty::AssignShort(std::string_view sText) noexcept
+{
+    const bool bFirst = !Has(SHORT_TEXT);
+    if (Has(STRING_SLOT) || sText.size() > MAX_SHORT_TEXT || (bFirst && sText.empty()))
+        return false;
+
+    const auto nLength = static_cast<std::uint8_t>(sText.size());
+    m_oShortText.m_nAllocatedLength = bFirst ? nLength : std::max(m_oShortText.m_nAllocatedLength, nLength);
+    m_oShortText.m_nLength = nLength;
+    std::memmove(m_oShortText.m_aBytes.data(), sText.data(), sText.size());
+    m_nSlots = static_cast<std::uint8_t>(m_nSlots | SHORT_TEXT);
+    return true;
+}
+
+/// Puts a fresh string into the place of the one that there is.
+void CVQProperty::ReplaceString(CVQString& oText)
+{
+    m_nSlots = static_cast<std::uint8_t>(m_nSlots & ~SHORT_TEXT);
+    PropertyRecord::TakeOver(String(), oText);
 }
 
 /// As Set(), without a copy.
 void CVQProperty::SetText(CVQString&& oValue)
 {
     const bool bLocalised = oValue.HasStringId() && oValue.IsIdenticalToStringResource();
-    PropertyRecord::TakeOver(String(), oValue);
+    ReplaceString(oValue);
     m_nType = bLocalised ? PROPTYPE_STRINGID : PROPTYPE_STRING;
     if (bLocalised)
         m_nInteger = static_cast<std::int32_t>(m_oString.GetStringId());
@@ -454,7 +499,10 @@ void CVQProperty::AssignMoved(CVQProperty& oOther)
     switch (oOther.m_nType)
     {
     case PROPTYPE_STRING:
-        SetText(std::move(oOther.String()));
+        if (oOther.Has(SHORT_TEXT))
+            AssignObject(oOther);
+        else
+            SetText(std::move(oOther.String()));
         break;
     case PROPTYPE_STRUCT:
         Struct().TakeOver(oOther.Struct());
@@ -539,7 +587,10 @@ void CVQProperty::Store(CStreamWriter& oWriter, unsigned nDepth) const
         oWriter.Put(m_fFloat);
         break;
     case PROPTYPE_STRING:
-        oWriter.PutText(GetString());
+        if (Has(SHORT_TEXT))
+            oWriter.PutText(m_oShortText.View());
+        else
+            oWriter.PutText(String());
         break;
     case PROPTYPE_LIST:
         oWriter.PutVersion(CVQPropertyList::GetDataFormatVersion());
@@ -622,14 +673,27 @@ void CVQProperty::Load(CVQDataStream& oStream, unsigned nDepth)
 /// A number in place of the text makes a string id of the property, whether that text can be loaded now or not.
 void CVQProperty::LoadString(CVQDataStream& oStream)
 {
-    if (PropertyRecord::PeekWord(oStream) == PropertyRecord::LOCALISED)
+    const std::int32_t nLength = PropertyRecord::PeekWord(oStream);
+    CVQString oText;
+    if (nLength == PropertyRecord::LOCALISED)
     {
         const auto aWords = PropertyRecord::Get<std::array<std::int32_t, 2>>(oStream);
+        ReplaceString(oText);
         SetLocalised(aWords[1]);
         return;
     }
+    if (nLength > 0 && nLength <= MAX_SHORT_TEXT && !Has(STRING_SLOT))
+    {
+        const auto nSize = static_cast<std::uint8_t>(nLength);
+        oStream.Advance(PropertyRecord::WORD_SIZE);
+        oStream.RequireReadable(nSize);
+        m_nSlots = static_cast<std::uint8_t>(m_nSlots & ~SHORT_TEXT); // the string would be a fresh one
+        AssignShort({reinterpret_cast<const char*>(oStream.GetIteratorBuffer()), nSize});
+        m_nType = PROPTYPE_STRING;
+        oStream.Advance(nSize);
+        return;
+    }
 
-    CVQString oText;
     ReadStreamString(oStream, oText);
     SetText(std::move(oText));
 }
@@ -736,7 +800,7 @@ bool CVQProperty::Write(CFileWriter& oWriter) const
     case PROPTYPE_FLOAT:
         return oWriter.Write(m_fFloat);
     case PROPTYPE_STRING:
-        return oWriter.Write(GetString());
+        return Has(SHORT_TEXT) ? oWriter.Write(m_oShortText.View()) : oWriter.Write(String());
     case PROPTYPE_LIST:
         return List().Write(oWriter);
     case PROPTYPE_STRUCT:

@@ -7,8 +7,10 @@
 #include <Common/String/VQString.h>
 #include <Common/String/VQStringId.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 class CFileIO;
@@ -72,7 +74,7 @@ public:
 
     virtual ~CVQProperty()
     {
-        if (m_nSlots != 0)
+        if ((m_nSlots & ~SHORT_TEXT) != 0)
             ReleaseSlots();
     }
 
@@ -294,7 +296,21 @@ private:
         STRING_SLOT = 1,
         STRUCT_SLOT = 2,
         LIST_SLOT = 4,
-        FORMAT_SLOT = 8
+        FORMAT_SLOT = 8,
+        SHORT_TEXT = 16 ///< there is a short text where the string would be
+    };
+
+    /// A text without a string id in the memory of the string, which is made of it when somebody asks for that: until
+    /// then the text is copied without a buffer of its own.
+    static constexpr std::uint8_t MAX_SHORT_TEXT = sizeof(CVQString) - 2;
+
+    struct sShortText
+    {
+        std::uint8_t m_nLength;
+        std::uint8_t m_nAllocatedLength; // of the string; not 0
+        std::array<char, MAX_SHORT_TEXT> m_aBytes;
+
+        std::string_view View() const noexcept { return {m_aBytes.data(), m_nLength}; }
     };
 
     CVQProperty(ePropType nType, std::int32_t nInteger, float fFloat) noexcept
@@ -313,8 +329,10 @@ private:
         return oSlot;
     }
 
-    CVQString& String() const noexcept
+    CVQString& String() const
     {
+        if (Has(SHORT_TEXT))
+            MakeString();
         return Demand(m_oString, STRING_SLOT);
     }
 
@@ -373,11 +391,14 @@ private:
     void AssignObject(const CVQProperty& oOther);
     void AssignMoved(CVQProperty& oOther);
     void ReleaseSlots() noexcept;
-    void MakeSlots() const noexcept;
+    void MakeSlots() const;
+    void MakeString() const;
     void Reset() noexcept;
     void ReloadString() const;
     void SetLocalised(std::int32_t nId);
+    bool AssignShort(std::string_view sText) noexcept;
     void SetText(CVQString&& oValue);
+    void ReplaceString(CVQString& oText);
 
     static void StoreAll(const std::vector<CVQProperty>& aProperties, CStreamWriter& oWriter, unsigned nDepth);
     static void LoadAll(std::vector<CVQProperty>& aProperties, CVQDataStream& oStream, unsigned nDepth);
@@ -405,6 +426,7 @@ private:
     union
     {
         mutable CVQString m_oString;
+        sShortText m_oShortText;
     };
 
     union

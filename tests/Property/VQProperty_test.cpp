@@ -165,6 +165,99 @@ TEST(VQProperty, AnEmptyOneTakesNoMemory)
     EXPECT_EQ(oNumber.GetInt(), 5);
 }
 
+TEST(VQProperty, ACopyOfAShortTextTakesNoMemory)
+{
+    if (!CNoMemory::IsSupported())
+        GTEST_SKIP() << "the library's memory cannot be made to fail here";
+
+    CVQProperty oText("a short text");
+    CVQProperty oTarget("another");
+    std::vector<CVQProperty> aCopies;
+    aCopies.reserve(3);
+    {
+        const CNoMemory oNoMemory;
+        aCopies.emplace_back(oText);
+        aCopies.emplace_back(std::move(oText));
+        aCopies.push_back(aCopies[0]);
+        oTarget = aCopies[2];
+    }
+    EXPECT_EQ(oText.GetType(), PROPTYPE_UNDEFINED); // NOLINT(bugprone-use-after-move): it says what is left
+    EXPECT_EQ(~oText.GetString(), nullptr);
+    for (const CVQProperty& oCopy : aCopies)
+        EXPECT_STREQ(~oCopy.GetString(), "a short text");
+    EXPECT_STREQ(~oTarget.GetString(), "a short text");
+}
+
+TEST(VQProperty, TextsOfEveryLengthAreOneAnother)
+{
+    // around the length up to which a text has no buffer of its own, a string in the source and in the target or not
+    for (std::size_t nLength = 0; nLength < 40; ++nLength)
+    {
+        std::string sText(nLength, 'x');
+        if (nLength > 2)
+            sText[1] = '\0';
+        CVQString oString;
+        if (nLength != 0)
+        {
+            std::copy(sText.begin(), sText.end(), oString.GetBuffer(static_cast<int>(nLength)));
+            oString.ReleaseBuffer(static_cast<int>(nLength));
+        }
+        for (const bool bString : {false, true})
+            for (const std::size_t nBefore : {0U, 1U, 10U, 35U})
+            {
+                CVQProperty oSource(oString);
+                if (bString)
+                    oSource.GetString();
+                CVQProperty oCopy(oSource);
+                CVQProperty oAssigned(CVQString('y', static_cast<int>(nBefore)));
+                if (bString)
+                    oAssigned.GetString();
+                oAssigned = oCopy;
+                CVQProperty oSet(CVQString('y', static_cast<int>(nBefore)));
+                oSet.Set(oString);
+                CVQProperty oLoaded(CVQString('y', static_cast<int>(nBefore)));
+                const std::string sRecord = StoredBytes(oCopy);
+                EXPECT_EQ(sRecord, Word('s') + Text(sText) + Text(""));
+                EXPECT_EQ(LoadFrom(oLoaded, sRecord), sRecord.size());
+                CVQProperty oMoved(std::move(oCopy));
+                EXPECT_EQ(WrittenBytes(oMoved), Word('s') + Text(sText));
+                for (CVQProperty* pProperty : {&oSource, &oAssigned, &oSet, &oLoaded, &oMoved})
+                {
+                    EXPECT_EQ(pProperty->GetType(), PROPTYPE_STRING);
+                    EXPECT_TRUE(pProperty->GetString() == oString) << nLength;
+                    EXPECT_EQ(StoredBytes(*pProperty), sRecord);
+                }
+            }
+    }
+}
+
+TEST(VQProperty, AShortTextStandsForTheSameString)
+{
+    CVQProperty oProperty("hello");
+    oProperty = "abc";
+    oProperty.SetFormat("%x %d %d %d %d %s");
+    const auto Words = [&oProperty]
+    {
+        const std::string sWords = ~oProperty.AsFormattedString();
+        return sWords.substr(sWords.find(' ') + 1);
+    };
+    EXPECT_EQ(Words(), "1 3 5 -1 abc") << "the buffer of the longer text stays";
+    oProperty = "four";
+    EXPECT_EQ(Words(), "1 4 5 -1 four");
+
+    CVQProperty oShort("hello");
+    oShort.Empty();
+    EXPECT_STREQ(~oShort.GetString(), "") << "emptied, not without a buffer";
+    EXPECT_EQ(oShort.GetString().GetData()->m_nAllocatedLength, 5);
+    CVQProperty oGrown("hello");
+    oGrown = "hello world";
+    EXPECT_EQ(oGrown.GetString().GetData()->m_nAllocatedLength, 11);
+    const CVQString& oText = oGrown.GetString();
+    oGrown = "hello";
+    EXPECT_EQ(&oGrown.GetString(), &oText);
+    EXPECT_STREQ(~oText, "hello") << "a string that was given out is the one that is assigned to";
+}
+
 TEST(VQProperty, HasTheVersion256)
 {
     EXPECT_EQ(CVQProperty::GetDataFormatVersion(), 256);
@@ -298,10 +391,16 @@ TEST(VQProperty, AStringIdLoadsItsText)
     oProperty = CVQStringId(7);
     EXPECT_EQ(oProperty.GetType(), PROPTYPE_STRINGID);
     EXPECT_EQ(oProperty.GetInt(), 7);
-    EXPECT_TRUE(oProperty.GetString().IsEmpty()) << "nobody loads texts here";
+    EXPECT_STREQ(~oProperty.GetString(), "old") << "nobody loads texts here";
+    CVQProperty oFresh(CVQStringId(7));
+    EXPECT_TRUE(oFresh.GetString().IsEmpty());
+    const CVQProperty oCopy(oProperty);
+    EXPECT_TRUE(oCopy.GetString().IsEmpty()) << "the number is copied, and its text loaded";
 
     const CNumberTexts oTexts;
-    EXPECT_STREQ(~oProperty.GetString(), "seven") << "loaded when it is asked for";
+    EXPECT_STREQ(~oFresh.GetString(), "seven") << "loaded when it is asked for";
+    EXPECT_STREQ(~oCopy.GetString(), "seven");
+    EXPECT_STREQ(~oProperty.GetString(), "old");
     oProperty = CVQStringId(5);
     EXPECT_STREQ(~oProperty.GetString(), "five");
     oProperty = CVQStringId(6);
@@ -462,7 +561,9 @@ TEST(VQProperty, EmptyClearsTheSlotsAndKeepsTheFormat)
     EXPECT_EQ(static_cast<float>(oProperty), 0.0F);
     EXPECT_TRUE(oProperty.GetString().IsEmpty());
     EXPECT_EQ(StructOf(oProperty).GetElementCount(), 0);
+    EXPECT_STREQ(~StructOf(oProperty).GetStructureName(), "Point") << "the elements go, the name stays";
     EXPECT_EQ(ListOf(oProperty).GetCount(), 0);
+    EXPECT_EQ(ListOf(oProperty).GetListElementType().GetType(), PROPTYPE_INT);
     EXPECT_STREQ(~oProperty.GetFormat(), "%x");
 }
 
@@ -732,13 +833,14 @@ TEST(VQProperty, LocalisedTextsAreStoredByTheirNumber)
 
 TEST(VQProperty, TheNumberOfALocalisedTextOutlivesMissingHooks)
 {
-    for (const std::string& sValue : {Word('S') + Word(5), Word('s') + Word(-1) + Word(5)})
+    const std::string sNumber = Word('S') + Word(5);
+    for (const std::string& sValue : {sNumber, Word('s') + Word(-1) + Word(5)})
     {
         CVQProperty oProperty("old");
         EXPECT_EQ(LoadFrom(oProperty, sValue + Text("")), sValue.size() + 4);
         EXPECT_EQ(oProperty.GetType(), PROPTYPE_STRINGID);
         EXPECT_EQ(oProperty.GetInt(), 5);
-        EXPECT_TRUE(oProperty.GetString().IsEmpty());
+        EXPECT_STREQ(~oProperty.GetString(), sValue == sNumber ? "old" : nullptr) << "a string record is a new text";
         EXPECT_EQ(StoredBytes(oProperty), Word('S') + Word(5) + Text(""));
     }
     const CNumberTexts oTexts;
