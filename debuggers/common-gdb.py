@@ -13,7 +13,7 @@ import gdb
 import gdb.printing
 
 NO_STRING_ID = -1
-STRING_SLOT, STRUCT_SLOT, LIST_SLOT, FORMAT_SLOT = 1, 2, 4, 8
+STRING_SLOT, STRUCT_SLOT, LIST_SLOT, FORMAT_SLOT, SHORT_TEXT = 1, 2, 4, 8, 16
 SPECIAL_CHARACTERS = {ord("'"): "\\'", ord("\\"): "\\\\"}
 
 
@@ -82,6 +82,13 @@ def count_of(number, what, several):
     return "%d %s" % (number, what if number == 1 else several)
 
 
+def quoted_bytes(pointer, length):
+    """Bytes in double quotes, with what the debugger escapes."""
+    if length == 0:
+        return '""'
+    return pointer.cast(gdb.lookup_type("char").array(length - 1).pointer()).dereference().format_string()
+
+
 def quoted(value):
     """The text of a CVQString in double quotes, with what the debugger escapes; "null" without a buffer."""
     data = value["m_oData"]
@@ -90,9 +97,7 @@ def quoted(value):
         return "null"
     if not 0 <= length <= int(data["m_nAllocatedLength"]):
         return "<not a string>"
-    if length == 0:
-        return '""'
-    return pointer.dereference().cast(gdb.lookup_type("char").array(length - 1)).format_string()
+    return quoted_bytes(pointer, length)
 
 
 def text_of(value):
@@ -234,7 +239,11 @@ class PropertyPrinter:
 
         # what was never asked for is raw memory
         slots = int(value["m_nSlots"])
-        self.string = value["m_oString"] if slots & STRING_SLOT else None
+        self.text = "null"
+        if slots & STRING_SLOT:
+            self.text = text_of(value["m_oString"])
+        elif slots & SHORT_TEXT:
+            self.text = quoted_bytes(value["m_oShortText"]["m_aBytes"].address, int(value["m_oShortText"]["m_nLength"]))
         self.format = value["m_oFormat"] if slots & FORMAT_SLOT else None
         self.inner = None
         if self.code == "a" and slots & LIST_SLOT:
@@ -244,19 +253,18 @@ class PropertyPrinter:
 
     def show(self):
         number = int(self.value["m_nInteger"])
-        text = text_of(self.string) if self.string is not None else "null"
         inner = self.inner.to_string() if self.inner is not None else "0 elements"
         return {
             "-": "undefined",
             "L": "unsigned long %d" % (number & 0xFFFFFFFF),
-            "S": "string " + text,
+            "S": "string " + self.text,
             "a": "list, " + inner,
             "b": "bool " + ("true" if number != 0 else "false"),
             "c": "struct, " + inner,
             "f": "float " + self.value["m_fFloat"].format_string(),
             "i": "int %d" % number,
             "l": "long %d" % number,
-            "s": "string " + text,
+            "s": "string " + self.text,
         }.get(self.code, "<not a property>")
 
     def to_string(self):
