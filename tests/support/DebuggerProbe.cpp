@@ -63,6 +63,13 @@ int main()
     CVQProperty oFormatted(7);
     oFormatted.SetFormat("%03d");
 
+    CVQProperty oNoText;
+    oNoText.SetType(PROPTYPE_STRING); // the text itself was never made
+    CVQProperty oNoListYet;
+    oNoListYet.SetType(PROPTYPE_LIST);
+    CVQProperty oNoStructYet;
+    oNoStructYet.SetType(PROPTYPE_STRUCT);
+
     CVQPropertyList oNoList;
     CVQPropertyList oList;
     oList.SetListElementType(CVQProperty(0));
