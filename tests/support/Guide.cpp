@@ -1,5 +1,8 @@
 #include <tests/support/Guide.h>
 
+#include <tests/support/TestDirectory.h>
+#include <tests/support/TestPaths.h>
+
 #include <algorithm>
 #include <sstream>
 
@@ -45,4 +48,18 @@ std::vector<std::string> BlocksOfGuide(const std::string& sPage, const std::vect
 bool HoldsBlock(const std::string& sSource, const std::string& sBlock)
 {
     return Unindented(sSource).find(Unindented(sBlock)) != std::string::npos;
+}
+
+std::string WhatIsNotRun(const char* pPage, const char* pSource)
+{
+    const auto oBlocks = BlocksOfGuide(ReadWholeFile(GetTestPath(std::string("../docs/") + pPage)), {"cpp", "text"});
+    if (oBlocks.empty())
+        return std::string(pPage) + " shows nothing";
+
+    const std::string sSource = ReadWholeFile(GetTestPath(pSource));
+    std::string sMissing;
+    for (const auto& sBlock : oBlocks)
+        if (!HoldsBlock(sSource, sBlock))
+            sMissing += sBlock + '\n';
+    return sMissing;
 }
