@@ -30,6 +30,10 @@ constexpr std::chrono::seconds LIMIT{60};
     for (const int nDescriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         dup2(nTerminal, nDescriptor);
 
+    // A program that was started in the background hands on to its children that they ignore the terminal's keys.
+    for (const int nSignal : {SIGINT, SIGQUIT, SIGHUP})
+        std::signal(nSignal, SIG_DFL);
+
     // The terminal stays with the session's first process, which only hands on how the other one ended.
     if (nPlace == CTerminalChild::ePlace::Background)
     {
