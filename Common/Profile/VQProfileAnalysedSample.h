@@ -10,10 +10,10 @@ struct sVQProfileAnalysedSample
     /// A region without a name; all numbers are 0.
     sVQProfileAnalysedSample() { m_aName[0] = '\0'; }
 
-    /// A region of a name, cut at 255 bytes; all numbers are 0.
+    /// A region of a name, cut at 255 bytes; null counts as empty. All numbers are 0.
     explicit sVQProfileAnalysedSample(const char* pName)
     {
-        std::strncpy(m_aName, pName, sizeof m_aName - 1);
+        std::strncpy(m_aName, pName != nullptr ? pName : "", sizeof m_aName - 1);
         m_aName[sizeof m_aName - 1] = '\0';
     }
 

@@ -139,9 +139,17 @@ void CVQProfiler::BeginSession(const char* pName)
         return;
 
     m_bSessionActive = false;
-    EnableSampling();
-    Initialize();
-    m_oSessionName = pName;
+    try
+    {
+        m_oSessionName = pName;
+        EnableSampling();
+        Initialize();
+    }
+    catch (...)
+    {
+        DisableSampling(); // what nobody will read is not to fill the buffer
+        throw;
+    }
     m_dSessionDuration = 0.0;
     m_bCollecting = false;
     m_nSessionStart = System::ReadPerformanceCounter();
@@ -196,10 +204,7 @@ void CVQProfiler::Initialize()
     {
         void* const pMemory = System::AllocateGuardedMemory(BUFFER_SIZE + RESERVE_SIZE);
         if (pMemory == nullptr)
-        {
-            DisableSampling();
             throw std::bad_alloc();
-        }
 
         // Written to once, so that no sample has to wait for a page.
         std::memset(pMemory, BUFFER_FILL, BUFFER_SIZE + RESERVE_SIZE);

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 /// Finds out where the time of a frame goes: regions of code are bracketed, each call is measured, and a report shows
 /// the regions by their share of the main loop.
@@ -164,6 +165,9 @@ protected:
     std::int32_t m_nSampleOverhead = 0;            ///< cycles of a pair of hooks
     bool m_bSessionActive = false;                 ///< whether a session runs
     bool m_bCollecting = false;                    ///< whether the analysis has come to the records that count
+
+private:
+    std::string MakeReport() const;
 };
 
 /// The hook that begins a region.

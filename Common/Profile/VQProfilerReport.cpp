@@ -139,6 +139,19 @@ CGraph DrawGraph(const CSTLList<float>& oTimes, double dAverage)
 
 void CVQProfiler::WriteProfileLog(const char* pFileName)
 {
+    try
+    {
+        const std::string sText = MakeReport();
+        if (WriteFile(pFileName, sText.data(), sText.size()))
+            OpenForUser(pFileName);
+    }
+    catch (...) // whatever it is: a game goes on without its report
+    {
+    }
+}
+
+std::string CVQProfiler::MakeReport() const
+{
     std::string sText(DOCUMENT_HEAD);
     sText += TITLE;
     sText += "<span style=\"font-weight: bold;\">CpuSpeed:&nbsp; " + Fixed(m_dClockSpeed * MEGAHERTZ_PER_HERTZ, 2);
@@ -161,17 +174,7 @@ void CVQProfiler::WriteProfileLog(const char* pFileName)
     for (auto itSample = m_oSamples.rbegin(); itSample != m_oSamples.rend(); ++itSample)
         sText += MakeRow(*itSample);
     sText += "</tbody></table><br><br><br><br><br>\r\n</body>\r\n</html>";
-
-    try
-    {
-        if (!WriteFile(pFileName, sText.data(), sText.size()))
-            return;
-    }
-    catch (...) // whatever it is: a game goes on without its report
-    {
-        return;
-    }
-    OpenForUser(pFileName);
+    return sText;
 }
 
 void CVQProfiler::CreateSampleGraph(CVQString oName)

@@ -29,13 +29,6 @@ unsigned long ToMilliseconds(double dSeconds)
     return static_cast<unsigned long>(Truncate(dSeconds * MILLISECONDS_PER_SECOND));
 }
 
-// Steps of the performance counter in a second; the systems promise that it never changes.
-double GetCounterFrequency()
-{
-    static const auto s_dFrequency = static_cast<double>(System::GetPerformanceFrequency());
-    return s_dFrequency;
-}
-
 // Times far out, which only SetTime() makes, wrap around.
 std::int64_t Add(std::int64_t nFirst, std::int64_t nSecond)
 {
@@ -161,12 +154,11 @@ double CVQTimer::GetTime(int nChannel) const
     if (!oChannel.m_bDefined || !oChannel.m_bRunning)
         return 0.0;
 
-    // The clock is read last, so that little is left to do behind it.
-    const double dFrequency =
-        IsHighResolutionTimerActive() ? GetCounterFrequency() : static_cast<double>(MILLISECOND_CLOCK_FREQUENCY);
-    const std::int64_t nOrigin = oChannel.m_nOrigin;
-    const std::int64_t nNow = oChannel.m_bPaused ? oChannel.m_nPauseTime : GetHardwareTime();
-    return static_cast<double>(Subtract(nNow, nOrigin)) / dFrequency;
+    // A channel that runs has the shortest way: it is asked often, and nothing is left to do behind the clock.
+    if (IsHighResolutionTimerActive() && !oChannel.m_bPaused)
+        return System::ReadSecondsSince(oChannel.m_nOrigin);
+
+    return ReadTime(oChannel);
 }
 
 unsigned long CVQTimer::GetTimeInMs(int nChannel) const
@@ -176,7 +168,7 @@ unsigned long CVQTimer::GetTimeInMs(int nChannel) const
 
 double CVQTimer::GetTimeDirect() const
 {
-    return static_cast<double>(GetHardwareTime()) / static_cast<double>(GetHardwareTimerFrequency());
+    return ToSeconds(GetHardwareTime());
 }
 
 unsigned long CVQTimer::GetTimeInMsDirect() const
@@ -306,6 +298,19 @@ long long CVQTimer::GetHardwareTime() const
 long long CVQTimer::GetHardwareTimerFrequency() const
 {
     return IsHighResolutionTimerActive() ? System::GetPerformanceFrequency() : MILLISECOND_CLOCK_FREQUENCY;
+}
+
+// Apart from GetTime(), which so needs no registers.
+__attribute__((noinline)) double CVQTimer::ReadTime(const sChannel& oChannel) const
+{
+    return ToSeconds(Subtract(oChannel.m_bPaused ? oChannel.m_nPauseTime : GetHardwareTime(), oChannel.m_nOrigin));
+}
+
+double CVQTimer::ToSeconds(std::int64_t nHardwareTime) const
+{
+    return IsHighResolutionTimerActive()
+               ? System::ToSeconds(nHardwareTime)
+               : static_cast<double>(nHardwareTime) / static_cast<double>(MILLISECOND_CLOCK_FREQUENCY);
 }
 
 CVQTimer* VQGetTimer()

@@ -187,6 +187,8 @@ private:
     bool IsHighResolutionTimerActive() const;
     long long GetHardwareTime() const;
     long long GetHardwareTimerFrequency() const;
+    double ReadTime(const sChannel& oChannel) const;
+    double ToSeconds(std::int64_t nHardwareTime) const;
 
     sChannel& At(int nChannel) { return m_aChannels[static_cast<std::size_t>(nChannel)]; }
 

@@ -2,12 +2,16 @@
 #include <Common/Profile/VQProfilerOld.h>
 
 #include <Common/Platform/System/SystemTime.h>
+#include <tests/support/ChildProcess.h>
+#include <tests/support/Fork.h>
 #include <tests/support/PrivateMember.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <type_traits>
 
@@ -177,6 +181,34 @@ TEST(VQProfilerOld, ReadsTheMillisecondClockInSeconds)
     const float fPassed = (oProfiler.*GetPrivate(sGetExactTime()))() - fNow;
     EXPECT_GE(fPassed, 0.050F - 0.016F - STEP);
     EXPECT_LE(fPassed, static_cast<float>(nPassed) * 0.001F + 1.0F + (fAfter - fBefore));
+}
+
+TEST(VQProfilerOld, CountsFromTheStartOfTheProcess)
+{
+    if (!HasFork())
+        GTEST_SKIP() << "this system has a clock of media of its own";
+
+    const auto oStart = std::chrono::steady_clock::now();
+    const ChildResult oResult = ChildProcess({ThisProgram(), "--in-process", "--gtest_also_run_disabled_tests",
+                                              "--gtest_filter=VQProfilerOldChild.DISABLED_TellsItsFirstReading"})
+                                    .Wait();
+    const double dPassed = std::chrono::duration<double>(std::chrono::steady_clock::now() - oStart).count();
+
+    const std::size_t nAt = oResult.sOutput.find("first reading: ");
+    ASSERT_NE(nAt, std::string::npos) << oResult.sOutput;
+    const double dReading = std::atof(oResult.sOutput.c_str() + nAt + 15);
+    EXPECT_GE(dReading, 0.2) << "what passed before the first reading counts";
+    EXPECT_LE(dReading, dPassed + 0.05) << "and what passed before the process does not";
+}
+
+TEST(VQProfilerOldChild, DISABLED_TellsItsFirstReading)
+{
+    const auto oStart = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - oStart < std::chrono::milliseconds(200))
+    {
+    }
+    const CVQProfilerOld oProfiler;
+    std::printf("first reading: %f\n", static_cast<double>((oProfiler.*GetPrivate(sGetExactTime()))()));
 }
 
 TEST(VQProfilerOld, MeasuresTheFrame)
@@ -474,6 +506,16 @@ TEST(VQProfilerOld, SmoothsTheShares)
         EXPECT_NEAR(oShares.fMinimum, fMinimum, 0.001F) << fPercent;
         EXPECT_NEAR(oShares.fMaximum, fMaximum, 0.001F) << fPercent;
     }
+}
+
+TEST(VQProfilerOld, TakesTheFirstShareAsItIs)
+{
+    CVQProfilerOld oProfiler;
+    SetFrame(oProfiler, 1.0F, 1.5F);
+    Update(oProfiler, 0, -30.0F);
+    EXPECT_EQ(History(oProfiler, 0).fAverage, -30.0F);
+    EXPECT_EQ(History(oProfiler, 0).fMinimum, -30.0F) << "only later ones are kept from falling below 0";
+    EXPECT_EQ(History(oProfiler, 0).fMaximum, -30.0F);
 }
 
 TEST(VQProfilerOld, ReplacesTheSharesInFramesOfOneAndAQuarterSeconds)

@@ -5,6 +5,7 @@
 #include <Common/Platform/PlatformHooks.h>
 #include <Common/Platform/System/SystemTime.h>
 #include <tests/support/ChildProcess.h>
+#include <tests/support/NoMemory.h>
 #include <tests/support/RegisterProbe.h>
 #include <tests/support/Sanitizer.h>
 #include <tests/support/TestDirectory.h>
@@ -18,6 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -348,6 +350,38 @@ TEST_F(VQProfiler, CountsFramesAndBeginsAtTheStartFrame)
     EXPECT_EQ(g_aBeeps.size(), 1U);
 }
 
+TEST_F(VQProfiler, BeginsAndNeverEndsWhereBothFramesAreOne)
+{
+    CTestProfiler oProfiler;
+    for (int nCall = 0; nCall < 6; ++nCall)
+        oProfiler.SessionByCount(2, 2, "frames");
+    EXPECT_TRUE(oProfiler.m_bSessionActive);
+    EXPECT_EQ(oProfiler.m_nFrame, 6);
+    EXPECT_EQ(g_aBeeps.size(), 1U);
+}
+
+TEST_F(VQProfiler, LeavesTheHooksDisabledWhenASessionCannotBegin)
+{
+    if (!CNoMemory::IsSupported())
+        GTEST_SKIP() << "the library's memory cannot be made to fail here";
+
+    CTestProfiler oProfiler;
+    oProfiler.BeginSession("first");
+    EXPECT_THROW(
+        {
+            const CNoMemory oNoMemory;
+            oProfiler.BeginSession("second");
+        },
+        std::bad_alloc);
+    EXPECT_FALSE(oProfiler.m_bSessionActive);
+    const std::size_t nRecords = oProfiler.GetRawSamples().size();
+    Sample("nobody reads this");
+    EXPECT_EQ(oProfiler.GetRawSamples().size(), nRecords);
+
+    oProfiler.BeginSession("third");
+    EXPECT_TRUE(oProfiler.m_bSessionActive);
+}
+
 TEST_F(VQProfiler, EndsTheProgramAtTheEndFrame)
 {
     const ChildResult oResult = RunChild("RunsThirtyFrames");
@@ -593,6 +627,21 @@ TEST_F(VQProfiler, EndsARegionWhicheverWayItsScopeIsLeft)
     EXPECT_EQ(oProfiler.GetSampleIndexByName("inner"), 1);
     EXPECT_EQ(oProfiler.GetSampleIndexByName("outer"), 2);
     EXPECT_FALSE(std::is_copy_constructible_v<CVQProfileSample>);
+}
+
+TEST_F(VQProfiler, TakesABeginWithoutANameForAnEnd)
+{
+    CTestProfiler oProfiler;
+    oProfiler.BeginSession("session");
+    g_pFnBeginSample("region");
+    g_pFnBeginSample(nullptr);
+    g_pFnEndSample();
+    g_pFnBeginSample(nullptr);
+    oProfiler.EndSession(true, false);
+    ASSERT_EQ(oProfiler.GetRawSamples().size(), 4U);
+    ASSERT_EQ(oProfiler.GetSampleCount(), 1);
+    EXPECT_STREQ(oProfiler.GetSample(0).m_aName, "region");
+    EXPECT_EQ(oProfiler.GetSample(0).m_nSamples, 1);
 }
 
 TEST_F(VQProfiler, SwitchesTheHooks)

@@ -277,6 +277,61 @@ TEST_P(VQTimer, RunsWithTheClock)
     EXPECT_LE(static_cast<double>(nMilliseconds), m_oTimer.GetTime(0) * 1000.0);
 }
 
+TEST_P(VQTimer, ReadsTheHardwareTimeOverItsFrequency)
+{
+    const auto dFrequency = static_cast<double>(HardwareFrequency(m_oTimer));
+    const auto Seconds = [dFrequency](long long nTime) { return static_cast<double>(nTime) / dFrequency; };
+    for (int i = 0; i < 1000; ++i)
+    {
+        const long long nResetBefore = HardwareTime(m_oTimer);
+        m_oTimer.Reset(0);
+        const long long nResetAfter = HardwareTime(m_oTimer);
+        const long long nBefore = HardwareTime(m_oTimer);
+        const double dTime = m_oTimer.GetTime(0);
+        const long long nAfter = HardwareTime(m_oTimer);
+        ASSERT_LE(Seconds(nBefore - nResetAfter), dTime);
+        ASSERT_LE(dTime, Seconds(nAfter - nResetBefore));
+
+        // Standing still it is one number of steps, over the frequency, and never more than a running one.
+        m_oTimer.Pause(0);
+        const double dPaused = m_oTimer.GetTime(0);
+        ASSERT_EQ(dPaused, Seconds(std::llround(dPaused * dFrequency)));
+        ASSERT_LE(dTime, dPaused);
+        m_oTimer.Continue(0);
+    }
+}
+
+TEST_P(VQTimer, TellsMillisecondsBeforeTimeZeroAsWrappedAround)
+{
+    m_oTimer.Pause(0);
+    SpinForATick(m_oTimer);
+    m_oTimer.Start(0); // the pause began before the new time 0
+    const double dTime = m_oTimer.GetTime(0);
+    ASSERT_LT(dTime, 0.0);
+    EXPECT_EQ(m_oTimer.GetTimeInMs(0), static_cast<unsigned long>(static_cast<long long>(dTime * 1000.0)));
+
+    m_oTimer.Continue(0);
+    m_oTimer.SetTime(0, -1000.0);
+    const unsigned long nMilliseconds = 0UL - m_oTimer.GetTimeInMs(0);
+    EXPECT_LE(nMilliseconds, 1000000UL);
+    EXPECT_GE(nMilliseconds, 1000000UL - static_cast<unsigned long>(SLACK * 1000));
+}
+
+TEST_P(VQTimer, ReadsNothingFromAnUndefinedChannelThatRuns)
+{
+    m_oTimer.EnableFrameTime(0);
+    m_oTimer.SetTime(0, 100.0);
+    m_oTimer.Update(0);
+    const double dFramesPerSecond = m_oTimer.GetFPS(0);
+    ASSERT_TRUE(m_oTimer.UndefineChannel(0));
+    EXPECT_TRUE(m_oTimer.IsRunning(0));
+    EXPECT_EQ(m_oTimer.GetTime(0), 0.0);
+    EXPECT_EQ(m_oTimer.GetTimeInMs(0), 0UL);
+    EXPECT_EQ(m_oTimer.GetFrameTime(0), 0.0);
+    m_oTimer.Update(0);
+    EXPECT_EQ(m_oTimer.GetFPS(0), dFramesPerSecond) << "the check that others make is not made";
+}
+
 TEST_P(VQTimer, ReadsNothingFromAStoppedChannel)
 {
     m_oTimer.EnableFrameTime(0);

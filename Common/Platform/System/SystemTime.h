@@ -13,11 +13,26 @@ std::int64_t ReadPerformanceCounter();
 // Steps of the performance counter in a second. 0 when there is no such counter.
 std::int64_t GetPerformanceFrequency();
 
+// Steps of the performance counter in seconds: the number as a double over the frequency as a double, to the last bit.
+double ToSeconds(std::int64_t nSteps);
+
+// Seconds since the performance counter stood at a number; the same as ToSeconds() of the difference, which wraps
+// around. Each system, and each kind of processor, has its quickest way.
+using SecondsReader = double (*)(std::int64_t nOrigin);
+
+extern SecondsReader g_pReadSecondsSince;
+
+inline double ReadSecondsSince(std::int64_t nOrigin)
+{
+    return g_pReadSecondsSince(nOrigin);
+}
+
 // Milliseconds since the start of the system; begins at 0 again after 49.7 days.
 std::uint32_t ReadTickCount();
 
 // The clock of media: milliseconds, no coarser than the running timer periods ask. Where the system has no such clock
-// of its own it counts from its first reading in this process, so that its float seconds stay fine for hours.
+// of its own it counts from the start of the process, so that its float seconds stay fine for hours; in a forked child
+// it goes on from that of the parent.
 std::uint32_t ReadMediaClock();
 
 // The cycle counter of the processor: the cheapest clock, its rate unknown to it.

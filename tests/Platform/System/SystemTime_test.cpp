@@ -6,7 +6,10 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
+#include <limits>
 #include <mutex>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -111,6 +114,91 @@ TEST(SystemTime, MillisecondClocksRunAtMilliseconds)
         const std::uint32_t nPassed = pClock() - nStart;
         EXPECT_GE(nPassed, 30U); // the home's clock may advance in steps of 16
         EXPECT_LT(nPassed, 20000U);
+    }
+}
+
+namespace
+{
+// The quotient that ToSeconds() is to give, bit for bit.
+void ExpectQuotient(std::int64_t nSteps)
+{
+    static const volatile double s_dFrequency = static_cast<double>(System::GetPerformanceFrequency());
+    const double dQuotient = static_cast<double>(nSteps) / s_dFrequency;
+    ASSERT_EQ(System::ToSeconds(nSteps), dQuotient) << nSteps;
+}
+
+// The number that gives 1 when it is multiplied with a power of 2 and divided by 5^9: the odd part of a billion.
+std::int64_t InvertPowerOfTwo(int nPower)
+{
+    constexpr std::int64_t ODD_PART = 1953125;
+    std::int64_t nInverse = 1;
+    for (int i = 0; i < nPower; ++i)
+        nInverse = nInverse % 2 == 0 ? nInverse / 2 : (nInverse + ODD_PART) / 2;
+    return nInverse;
+}
+} // namespace
+
+TEST(SystemTime, SecondsAreTheQuotientToTheLastBit)
+{
+    constexpr std::int64_t MOST = std::numeric_limits<std::int64_t>::max();
+    for (int nBit = 0; nBit < 63; ++nBit)
+    {
+        for (std::int64_t nOffset = -2; nOffset <= 2; ++nOffset)
+        {
+            ExpectQuotient((std::int64_t(1) << nBit) + nOffset);
+            ExpectQuotient(-(std::int64_t(1) << nBit) + nOffset);
+        }
+    }
+    for (const std::int64_t nSteps : {MOST, -MOST, -MOST - 1, std::int64_t(0)})
+        ExpectQuotient(nSteps);
+    for (std::int64_t nPower = 1; nPower <= MOST / 10; nPower *= 10)
+        ExpectQuotient(nPower);
+
+    std::mt19937_64 oRandom(11);
+    for (int i = 0; i < 1000000; ++i)
+    {
+        const auto nSteps = static_cast<std::int64_t>(oRandom()) >> (oRandom() % 64);
+        ExpectQuotient(nSteps);
+    }
+}
+
+TEST(SystemTime, SecondsAreTheQuotientWhereThatLiesBetweenTwoDoubles)
+{
+    // The quotients of these numbers by a billion come as near to the middle between two doubles as any can.
+    constexpr std::int64_t ODD_PART = 1953125;
+    constexpr int POWER = 9;
+    std::mt19937_64 oRandom(12);
+    for (int nBits = 23; nBits <= 53; ++nBits)
+    {
+        for (const int nShift : {30, 31})
+        {
+            const std::int64_t nNearest = InvertPowerOfTwo(nShift + (53 - nBits) - POWER);
+            for (int i = 0; i < 2000; ++i)
+            {
+                const std::int64_t nLeast = std::int64_t(1) << (nBits - 1);
+                const auto nAny = nLeast + static_cast<std::int64_t>(oRandom() % static_cast<std::uint64_t>(nLeast));
+                const std::int64_t nMultiple = nAny / ODD_PART * ODD_PART;
+                ExpectQuotient(nMultiple + nNearest);
+                ExpectQuotient(nMultiple - nNearest);
+            }
+        }
+    }
+}
+
+TEST(SystemTime, SecondsSinceANumberAreThoseOfTheDifference)
+{
+    constexpr std::int64_t MOST = std::numeric_limits<std::int64_t>::max();
+    const std::int64_t nNow = System::ReadPerformanceCounter();
+    const auto Difference = [](std::int64_t nFirst, std::int64_t nSecond)
+    { return static_cast<std::int64_t>(static_cast<std::uint64_t>(nFirst) - static_cast<std::uint64_t>(nSecond)); };
+
+    for (const std::int64_t nOrigin : {std::int64_t(0), nNow, nNow + 5000000000, nNow - 1, MOST, -MOST, -MOST - 1})
+    {
+        const std::int64_t nBefore = System::ReadPerformanceCounter();
+        const double dSeconds = System::ReadSecondsSince(nOrigin);
+        const std::int64_t nAfter = System::ReadPerformanceCounter();
+        EXPECT_LE(System::ToSeconds(Difference(nBefore, nOrigin)), dSeconds) << nOrigin;
+        EXPECT_LE(dSeconds, System::ToSeconds(Difference(nAfter, nOrigin))) << nOrigin;
     }
 }
 

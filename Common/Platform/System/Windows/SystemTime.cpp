@@ -96,7 +96,15 @@ void CALLBACK ForwardEvent(UINT, UINT, DWORD_PTR nKey, DWORD_PTR, DWORD_PTR)
     if (!pEvent->bPeriodic)
         GetTable().Remove(nKey);
 }
+
+double ReadSeconds(std::int64_t nOrigin)
+{
+    const auto nNow = static_cast<std::uint64_t>(ReadPerformanceCounter());
+    return ToSeconds(static_cast<std::int64_t>(nNow - static_cast<std::uint64_t>(nOrigin)));
+}
 } // namespace
+
+constinit SecondsReader g_pReadSecondsSince = &ReadSeconds;
 
 std::int64_t ReadPerformanceCounter()
 {
@@ -108,6 +116,13 @@ std::int64_t GetPerformanceFrequency()
 {
     LARGE_INTEGER nFrequency;
     return QueryPerformanceFrequency(&nFrequency) != FALSE ? nFrequency.QuadPart : 0;
+}
+
+double ToSeconds(std::int64_t nSteps)
+{
+    // The system promises that the frequency never changes.
+    static const auto s_dFrequency = static_cast<double>(GetPerformanceFrequency());
+    return static_cast<double>(nSteps) / s_dFrequency;
 }
 
 std::uint32_t ReadTickCount()
