@@ -72,7 +72,8 @@ public:
 private:
     void Fill(const unsigned char* pBytes, std::size_t nCount)
     {
-        constexpr std::size_t AT_ONCE = 16;
+        // Compilers make vectors of a loop over a fixed number, and lines of each round when the number is small.
+        constexpr std::size_t AT_ONCE = 64;
         std::size_t nAt = 0;
         for (; nAt + AT_ONCE <= nCount; nAt += AT_ONCE)
             for (std::size_t i = 0; i < AT_ONCE; ++i)
@@ -190,30 +191,31 @@ std::size_t LengthOf(const unsigned char* pItem)
     return (pItem[0] & 0x0Fu) + 1;
 }
 
-/// Copies 16 bytes between places that are 16 bytes or more apart.
+/// Copies 16 bytes: the literals of a group, and what comes behind them is written over.
 void CopyChunk(unsigned char* pTarget, const unsigned char* pSource)
 {
     std::memcpy(pTarget, pSource, MAX_LENGTH);
 }
 
-/// Repeats the nPeriod bytes (1 to 15) before a place until 16 bytes are filled.
-void RepeatPattern(unsigned char* pTarget, std::size_t nPeriod)
+/// Fills 16 bytes with those that stand nOffset (1 or more) bytes back; near ones repeat themselves. Two words and not
+/// one chunk: an offset below 8 is too rare to be guessed wrong often, one below 16 is not.
+void CopyBack(unsigned char* pTarget, std::size_t nOffset)
 {
-    // The smallest multiple of each short period that a word of 8 bytes can be copied over.
-    static constexpr std::size_t WORD_PERIOD[] = {8, 8, 8, 9, 8, 10, 12, 14};
+    // The smallest multiple of each short offset that a word of 8 bytes can be copied over.
+    static constexpr std::size_t WORD_OFFSET[] = {8, 8, 8, 9, 8, 10, 12, 14};
 
-    std::size_t nWordPeriod = nPeriod;
-    if (nPeriod >= 8)
+    std::size_t nWordOffset = nOffset;
+    if (nOffset >= 8)
     {
-        std::memcpy(pTarget, pTarget - nPeriod, 8);
+        std::memcpy(pTarget, pTarget - nOffset, 8);
     }
     else
     {
         for (std::size_t i = 0; i < 8; ++i)
-            pTarget[i] = (pTarget - nPeriod)[i];
-        nWordPeriod = WORD_PERIOD[nPeriod];
+            pTarget[i] = (pTarget - nOffset)[i];
+        nWordOffset = WORD_OFFSET[nOffset];
     }
-    std::memcpy(pTarget + 8, pTarget + 8 - nWordPeriod, 8);
+    std::memcpy(pTarget + 8, pTarget + 8 - nWordOffset, 8);
 }
 } // namespace
 
@@ -324,8 +326,9 @@ int CVQLzrwCompressor::Decompress()
 
     const unsigned char* pIn = m_pSource + HEADER_SIZE;
     const unsigned char* const pInEnd = m_pSource + m_nSourceSize;
-    unsigned char* pOut = m_pDestination;
+    unsigned char* const pOutBegin = m_pDestination;
     unsigned char* const pOutEnd = m_pDestination + m_nDestinationSize;
+    unsigned char* pOut = pOutBegin;
 
     if (m_pSource[0] == FLAG_STORED)
     {
@@ -341,31 +344,27 @@ int CVQLzrwCompressor::Decompress()
     while (static_cast<std::size_t>(pInEnd - pIn) >= GROUP_OUTPUT + MAX_LENGTH &&
            static_cast<std::size_t>(pOutEnd - pOut) >= GROUP_INPUT + MAX_LENGTH)
     {
-        unsigned nControl = LoadControl(pIn) | 1u << ITEMS_PER_GROUP;
+        unsigned nDone = 0; // items; pIn stands where the group would begin if its copies had one byte each
+        unsigned nCopies = LoadControl(pIn);
         pIn += CONTROL_SIZE;
-        while (nControl != 1)
+        for (; nCopies != 0; nCopies &= nCopies - 1)
         {
-            // A run of literals ends at a copy or at the mark above the last item: 16 bytes hold any.
-            const auto nLiterals = std::countr_zero(nControl);
-            CopyChunk(pOut, pIn);
-            pIn += nLiterals;
-            pOut += nLiterals;
-            nControl >>= nLiterals;
-            if (nControl == 1)
-                break;
+            const auto nItem = static_cast<unsigned>(std::countr_zero(nCopies));
+            CopyChunk(pOut, pIn + nDone); // the literals before it, whatever their number
+            pOut += nItem - nDone;
 
-            const std::size_t nOffset = OffsetOf(pIn);
-            const std::size_t nLength = LengthOf(pIn);
-            if (nOffset - 1 >= static_cast<std::size_t>(pOut - m_pDestination))
+            const std::size_t nOffset = OffsetOf(pIn + nItem);
+            const std::size_t nLength = LengthOf(pIn + nItem);
+            if (nOffset - 1 >= static_cast<std::size_t>(pOut - pOutBegin))
                 return -1;
-            pIn += COPY_SIZE;
-            nControl >>= 1;
-            if (nOffset >= MAX_LENGTH)
-                CopyChunk(pOut, pOut - nOffset);
-            else
-                RepeatPattern(pOut, nOffset);
+            CopyBack(pOut, nOffset);
             pOut += nLength;
+            ++pIn;
+            nDone = nItem + 1;
         }
+        CopyChunk(pOut, pIn + nDone);
+        pOut += ITEMS_PER_GROUP - nDone;
+        pIn += ITEMS_PER_GROUP;
     }
 
     // The rest, item by item.
@@ -389,7 +388,7 @@ int CVQLzrwCompressor::Decompress()
             if (pInEnd - pIn < nItemSize)
                 return -1;
             const std::size_t nOffset = OffsetOf(pIn);
-            if (nOffset - 1 >= static_cast<std::size_t>(pOut - m_pDestination))
+            if (nOffset - 1 >= static_cast<std::size_t>(pOut - pOutBegin))
                 return -1;
             pFrom = pOut - nOffset;
             nLength = LengthOf(pIn);
@@ -403,5 +402,5 @@ int CVQLzrwCompressor::Decompress()
         pIn += nItemSize;
         nControl >>= 1;
     }
-    return static_cast<int>(pOut - m_pDestination);
+    return static_cast<int>(pOut - pOutBegin);
 }

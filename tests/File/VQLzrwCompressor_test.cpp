@@ -214,6 +214,14 @@ TEST(VQLzrwCompressor, CodesARunAsOneLiteralAndCopiesOfOffsetOne)
     EXPECT_EQ(Decompressed(oBlock, 1000), std::string(1000, 'a'));
 }
 
+TEST(VQLzrwCompressor, DropsTheControlWordOfAGroupWithoutItems)
+{
+    const std::string oStart = Bytes({0, 0, 0, 0, 6, 0, 'a', 0x0F, 1, 0x0F, 16}); // 1, 16 and 16 bytes
+    EXPECT_EQ(Compressed(std::string(40, 'a')), oStart + std::string(7, 'a'));
+    EXPECT_EQ(Compressed(std::string(46, 'a')), oStart + std::string(13, 'a')); // 16 items, and no next group
+    EXPECT_EQ(Compressed(std::string(47, 'a')), oStart + std::string(13, 'a') + Bytes({0, 0, 'a'}));
+}
+
 TEST(VQLzrwCompressor, KeepsLengthsAndOffsetsInTheirRangesAndTheTailLiteral)
 {
     std::mt19937 oRandom(4);
