@@ -49,24 +49,29 @@ const char* FindHighByte(const char* pBegin, const char* pEnd)
     return std::find_if(pBegin, pEnd, [](char c) { return static_cast<signed char>(c) < 0; });
 }
 
-/// The first line feed or carriage return, or pEnd. Lines are short: one pass over a word at a time is done before two
-/// calls that look for one byte each. A word is passed when all of its bytes are beyond both.
-const char* FindLineEnd(const char* pBegin, const char* pEnd)
+/// Bits 0 to 7 for the bytes of a word that are no greater than a carriage return; there may be bits of others beside
+/// such a byte.
+std::uint64_t NearLineEnds(std::uint64_t nWord)
 {
     constexpr std::uint64_t BEYOND = LOW_BITS * ('\r' + 1);
-    while (pEnd - pBegin >= WORD_SIZE)
+    constexpr std::uint64_t GATHER = 0x0002040810204081; // moves the high bit of each byte into the highest byte
+    return ((nWord - BEYOND) & ~nWord & HIGH_BITS) * GATHER >> 56;
+}
+
+/// The first line feed or carriage return, or pEnd. Lines are short: one pass for both is done before two calls that
+/// look for one byte each, and whole blocks leave few branches that depend on the length of a line.
+const char* FindLineEnd(const char* pBegin, const char* pEnd)
+{
+    constexpr int BLOCK_WORDS = 4;
+    constexpr std::ptrdiff_t BLOCK_SIZE = BLOCK_WORDS * WORD_SIZE;
+    for (; pEnd - pBegin >= BLOCK_SIZE; pBegin += BLOCK_SIZE)
     {
-        const std::uint64_t nWord = LoadWord(pBegin);
-        const std::uint64_t nNear = (nWord - BEYOND) & ~nWord & HIGH_BITS; // exact up to its lowest bit
-        if (nNear == 0)
-        {
-            pBegin += WORD_SIZE;
-            continue;
-        }
-        pBegin += std::countr_zero(nNear) / 8;
-        if (IsLineEnd(*pBegin))
-            return pBegin;
-        ++pBegin;
+        std::uint64_t nNear = 0;
+        for (int i = 0; i < BLOCK_WORDS; ++i)
+            nNear |= NearLineEnds(LoadWord(pBegin + i * WORD_SIZE)) << i * WORD_SIZE;
+        for (; nNear != 0; nNear &= nNear - 1)
+            if (const char* const pNear = pBegin + std::countr_zero(nNear); IsLineEnd(*pNear))
+                return pNear;
     }
     return std::find_if(pBegin, pEnd, IsLineEnd);
 }
@@ -376,7 +381,7 @@ int CStringTokenizer::GetNextToken()
         {
             const int nNext = GetChar();
             if (nNext == '/' && m_bSlashSlashComments)
-                nCharacter = SkipLine();
+                nCharacter = SkipSlashSlashComments();
             else if (nNext == '*' && m_bSlashStarComments)
                 nCharacter = SkipSlashStarComment();
             else
@@ -553,6 +558,20 @@ int CStringTokenizer::SkipLine()
     return '\n';
 }
 
+/// Skips to the end of the line, and over the lines below it that are comments from their first character on: they
+/// often come in rows.
+int CStringTokenizer::SkipSlashSlashComments()
+{
+    const bool bPassLineFeeds = IsType('\n', ctBlank) && !m_bEolIsSignificant;
+    int nCharacter = SkipLine();
+    while (bPassLineFeeds && nCharacter == '\n' && Stop() - Here() >= 2 && Here()[0] == '/' && Here()[1] == '/')
+    {
+        MoveInLine(Here() + 2);
+        nCharacter = SkipLine();
+    }
+    return nCharacter;
+}
+
 /// Skips a character and all before it.
 ///
 /// @return NONE, or END when there is no such character
@@ -565,14 +584,13 @@ int CStringTokenizer::SkipTo(char cEnd)
 
 int CStringTokenizer::SkipSlashStarComment()
 {
-    const char* pFrom = Here();
-    while (pFrom < Stop())
+    // The slash is looked for: many a comment has a star in each line.
+    for (const char* pFrom = Here() + 1; pFrom < Stop(); ++pFrom)
     {
-        const auto* pStar = static_cast<const char*>(std::memchr(pFrom, '*', static_cast<std::size_t>(Stop() - pFrom)));
-        if (pStar == nullptr)
+        pFrom = static_cast<const char*>(std::memchr(pFrom, '/', static_cast<std::size_t>(Stop() - pFrom)));
+        if (pFrom == nullptr)
             break;
-        pFrom = pStar + 1;
-        if (pFrom < Stop() && *pFrom == '/')
+        if (pFrom[-1] == '*')
         {
             MoveTo(pFrom + 1);
             return NONE;

@@ -176,6 +176,7 @@ private:
     int ReadQuoted(int nQuote);
     int ReadTextBlock();
     int SkipLine();
+    int SkipSlashSlashComments();
     int SkipTo(char cEnd);
     int SkipSlashStarComment();
     void SetCharacters(const char* pBegin, const char* pEnd);

@@ -67,6 +67,18 @@ TEST(LexAnalyzer, JoinsOperators)
         EXPECT_EQ(TokensOf(pText), oTokens) << pText;
 }
 
+TEST(LexAnalyzer, JoinsNoOperatorOverASignificantLineEnd)
+{
+    for (const bool bSignificant : {false, true})
+    {
+        CLexAnalyzer oAnalyzer("<\n=");
+        oAnalyzer.EOLIsSignificant(bSignificant);
+        EXPECT_EQ(oAnalyzer.GetNextToken(), bSignificant ? '<' : -51);
+        EXPECT_EQ(oAnalyzer.GetNextToken(), bSignificant ? 10 : -1);
+        EXPECT_EQ(oAnalyzer.GetNextToken(), bSignificant ? '=' : -1);
+    }
+}
+
 TEST(LexAnalyzer, FindsKeywordsExactly)
 {
     EXPECT_EQ(TokensOf("begin"), (std::vector<int>{BEGIN, -1}));

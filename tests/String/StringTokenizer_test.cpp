@@ -281,6 +281,7 @@ TEST(StringTokenizer, ReadsQuotedStrings)
         {R"("\q\"\\\'")", "q\"\\'"},
         {R"("\101\102")", "AB"},
         {R"("\1012")", "A2"},
+        {R"("\777")", "\xFF"},
         {R"("\7x")", "\7x"},
         {R"("\17x")", "\17x"},
         {R"("\7")", "\7"},
@@ -367,6 +368,56 @@ TEST(StringTokenizer, SkipsTheCommentsThatAreAllowed)
                o.AllowSlashSlashComments(false);
                o.AllowSlashStarComments(false);
            });
+}
+
+TEST(StringTokenizer, SkipsRowsOfLineComments)
+{
+    struct
+    {
+        const char* pText;
+        const char* pTokens;
+        int nColumn; ///< behind all
+        std::function<void(CStringTokenizer&)> oSetup;
+    } const aCases[] = {
+        {"//a\n//b\n//c\nd", "d END", 3, {}},
+        {"//a\n//b\r//c", "END", 9, {}},
+        {"//a\n//", "END", 4, {}},
+        {"//a\n/", "'/' END", 3, {}},
+        {"//a\n/b\n", "'/' b END", 2, {}},
+        {"//a\n//b", "EOL END", 5, [](CStringTokenizer& o) { o.EOLIsSignificant(true); }},
+        {"//a\n//b", "EOL END", 5, [](CStringTokenizer& o) { o.OrdinaryChar('\n'); }},
+        {"//a\n//b", "END", 5, [](CStringTokenizer& o) { o.CommentChar('/'); }},
+    };
+
+    for (const auto& [pText, pTokens, nColumn, oSetup] : aCases)
+    {
+        EXPECT_EQ(TokensOf(pText, oSetup), pTokens) << pText;
+        CStringTokenizer oTokenizer(pText);
+        if (oSetup)
+            oSetup(oTokenizer);
+        while (oTokenizer.GetNextToken() != -1)
+        {
+        }
+        EXPECT_EQ(oTokenizer.GetColumnNumber(), nColumn) << pText;
+    }
+}
+
+TEST(StringTokenizer, TakesItsSwitchesBetweenTokens)
+{
+    CStringTokenizer oTokenizer("+//a\n+;a\n+{a}+Ab");
+    const auto Next = [&] { return oTokenizer.GetNextToken(); };
+    EXPECT_EQ(Next(), '+');
+    oTokenizer.EOLIsSignificant(true);
+    EXPECT_EQ(Next(), 10);
+    oTokenizer.EOLIsSignificant(false);
+    oTokenizer.AllowAssemblerComments(true);
+    EXPECT_EQ(Next(), '+');
+    EXPECT_EQ(Next(), '+');
+    oTokenizer.AllowPascalComments(true);
+    oTokenizer.ForceLowerCaseMode(true);
+    EXPECT_EQ(Next(), '+');
+    EXPECT_EQ(Next(), -4);
+    EXPECT_STREQ(~oTokenizer.GetStringValue(), "ab");
 }
 
 TEST(StringTokenizer, ChangesItsTable)
