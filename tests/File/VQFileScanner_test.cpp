@@ -19,6 +19,7 @@
 #include <string>
 #include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace
@@ -30,6 +31,15 @@ static_assert(eScannerStarted == 0 && eScannerFile == 1 && eScannerFinished == 2
 static_assert(std::has_virtual_destructor_v<CVQFileScanner>);
 
 using Texts = std::vector<std::string>;
+using Places = std::vector<std::pair<std::string, const char*>>; // directories and their patterns
+
+CVQFileScanner ScannerOf(const Places& oPlaces)
+{
+    CVQFileScanner oScanner;
+    for (const auto& [sDirectory, pPattern] : oPlaces)
+        oScanner.AddScanDirectory(sDirectory.c_str(), pPattern);
+    return oScanner;
+}
 
 std::string TextOf(const CVQString& oText)
 {
@@ -76,6 +86,16 @@ public:
         }
     }
 
+    /// Scans here.
+    void Run(CVQFileScanner oScanner) { oScanner.Run(Take, USER_VALUE); }
+
+    /// Scans on a worker thread; false when that does not come to its end.
+    bool RunThread(CVQFileScanner oScanner)
+    {
+        oScanner.RunThread(Take, USER_VALUE, nullptr);
+        return WaitForEnd();
+    }
+
     /// What is done at each file.
     void OnFile(std::function<void(sFileData&)> fnWork) { m_fnOnFile = std::move(fnWork); }
 
@@ -99,22 +119,25 @@ private:
 Texts Scan(const char* pDirectory, const char* pPattern, bool bInclude = true)
 {
     CReports oReports;
-    CVQFileScanner oScanner;
+    CVQFileScanner oScanner = ScannerOf({{pDirectory, pPattern}});
     oScanner.SetIncludeSubDirs(bInclude);
-    oScanner.AddScanDirectory(pDirectory, pPattern);
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(oScanner);
     return oReports.Get();
 }
 
-/// The counts of one directory, as "files/folders".
-std::string Count(const char* pDirectory, const char* pPattern)
+/// The counts of a scanner, as "files/folders".
+std::string Count(const CVQFileScanner& oScanner, const char* pPattern)
 {
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory(pDirectory, "?");
     int nFiles = -1;
     int nFolders = -1;
     oScanner.GetFolderFileCount(nFiles, nFolders, pPattern);
     return std::to_string(nFiles) + "/" + std::to_string(nFolders);
+}
+
+/// The counts of one directory.
+std::string Count(const char* pDirectory, const char* pPattern)
+{
+    return Count(ScannerOf({{pDirectory, "?"}}), pPattern);
 }
 
 /// A small tree in the current directory.
@@ -171,9 +194,7 @@ TEST(VQFileScanner, FillsTheRecordOfAFile)
             EXPECT_EQ(TextOf(oData.m_oRelativePart), "");
             EXPECT_STREQ(~oData.m_oFullDirectory, "dir\\sub");
         });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("dir", "*.*");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"dir", "*.*"}}));
     EXPECT_EQ(oReports.Get().size(), 1U);
 }
 
@@ -248,11 +269,7 @@ TEST(VQFileScanner, StaysInTheDirectoryWhenItIsTold)
     CVQFileScanner oScanner; // counting takes the whole tree all the same
     oScanner.SetIncludeSubDirs(false);
     oScanner.AddScanDirectory("tree", "*.txt");
-    int nFiles = 0;
-    int nFolders = 0;
-    oScanner.GetFolderFileCount(nFiles, nFolders, "*.txt");
-    EXPECT_EQ(nFiles, 5);
-    EXPECT_EQ(nFolders, 5);
+    EXPECT_EQ(Count(oScanner, "*.txt"), "5/5");
 }
 
 TEST(VQFileScanner, SearchesEachDirectoryWithItsPattern)
@@ -260,21 +277,14 @@ TEST(VQFileScanner, SearchesEachDirectoryWithItsPattern)
     const CTestDirectory oDirectory;
     WriteTree(oDirectory);
     CReports oReports;
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree/sub", "*.txt");
-    oScanner.AddScanDirectory("missing", "*.*");
-    oScanner.AddScanDirectory("tree/other", "*.dat");
-    oScanner.AddScanDirectory("tree", "c.*");
-    oScanner.AddScanDirectory("tree/sub", "y*");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    const CVQFileScanner oScanner = ScannerOf(
+        {{"tree/sub", "*.txt"}, {"missing", "*.*"}, {"tree/other", "*.dat"}, {"tree", "c.*"}, {"tree/sub", "y*"}});
+    oReports.Run(oScanner);
     EXPECT_EQ(oReports.Get(),
               (Texts{"tree/sub\\x.txt", "tree/sub\\deep\\y.txt", "tree\\c.dat", "tree/sub\\deep\\y.txt"}));
 
-    int nFiles = 77;
-    int nFolders = 77;
-    oScanner.GetFolderFileCount(nFiles, nFolders, "*.*"); // the pattern given here, for every directory
-    EXPECT_EQ(nFiles, 2 + 1 + 7 + 2);
-    EXPECT_EQ(nFolders, 1 + 0 + 5 + 1);
+    // the pattern given here, for every directory: 2 + 1 + 7 + 2 files
+    EXPECT_EQ(Count(oScanner, "*.*"), "12/7");
 }
 
 TEST(VQFileScanner, FindsADirectoryByEitherSeparatorInAnyCase)
@@ -303,14 +313,9 @@ TEST(VQFileScanner, ReportsNothingOfWhatIsMissing)
     EXPECT_EQ(Scan(std::string(100000, 'n').c_str(), "*.*"), Texts());
 
     CReports oReports;
-    CVQFileScanner oNothing;
-    oNothing.Run(CReports::Take, USER_VALUE);
+    oReports.Run({});
     EXPECT_EQ(oReports.Get(), Texts());
-    int nFiles = 5;
-    int nFolders = 5;
-    oNothing.GetFolderFileCount(nFiles, nFolders, "*.*");
-    EXPECT_EQ(nFiles, 0);
-    EXPECT_EQ(nFolders, 0);
+    EXPECT_EQ(Count(CVQFileScanner(), "*.*"), "0/0");
 }
 
 TEST(VQFileScanner, CopiesItsConfiguration)
@@ -344,8 +349,7 @@ TEST(VQFileScanner, LetsTheReportFunctionAddDirectoriesForTheNextRun)
     const CTestDirectory oDirectory;
     oDirectory.Write("one/a", "x");
     oDirectory.Write("two/b", "x");
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("one", "*.*");
+    CVQFileScanner oScanner = ScannerOf({{"one", "*.*"}});
     {
         CReports oReports;
         oReports.OnFile([&](const sFileData&) { oScanner.AddScanDirectory("two", "*.*"); });
@@ -364,9 +368,7 @@ TEST(VQFileScanner, LetsTheReportFunctionScan)
     CReports oReports;
     std::string sCounts;
     oReports.OnFile([&](const sFileData&) { sCounts += Count("tree", "*.txt") + " "; });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree/sub", "*.*");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"tree/sub", "*.*"}}));
     EXPECT_EQ(sCounts, "5/5 5/5 ");
 }
 
@@ -383,9 +385,7 @@ TEST(VQFileScanner, GivesEachFileARecordThatNobodyChanged)
             oData.m_oRelativePart = "and this";
             oData.m_oFullDirectory.Empty();
         });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.txt");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"tree", "*.txt"}}));
     EXPECT_EQ(oReports.Get(), (Texts{"tree\\A.txt", "tree\\b.txt", "tree\\other\\z.TXT", "tree\\sub\\x.txt",
                                      "tree\\sub\\deep\\y.txt"}));
 }
@@ -402,8 +402,7 @@ TEST(VQFileScanner, LetsTheReportFunctionThrow)
             if (oData.m_oFileName == "x.txt")
                 throw std::runtime_error("enough");
         });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.txt");
+    CVQFileScanner oScanner = ScannerOf({{"tree", "*.txt"}});
     EXPECT_THROW(oScanner.Run(CReports::Take, USER_VALUE), std::runtime_error);
     EXPECT_EQ(oReports.Get().back(), "tree\\sub\\x.txt");
     EXPECT_EQ(CountOpenFiles(), nOpen);
@@ -449,9 +448,7 @@ TEST(VQFileScanner, SkipsDirectoriesThatVanishMeanwhile)
         oDirectory.Write(pName, "x");
     CReports oReports;
     oReports.OnFile([&](const sFileData& oData) { oData.m_oFileName == "a" ? oDirectory.Remove("tree/2") : void(); });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.*");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"tree", "*.*"}}));
     EXPECT_EQ(oReports.Get(), (Texts{"tree\\1\\a", "tree\\3\\d"}));
 }
 
@@ -472,9 +469,7 @@ TEST(VQFileScanner, WalksATreeThatChangesMeanwhile)
             }
             oDirectory.Write("tree/more/" + std::to_string(nMade++), "x"); // behind the one that is walked
         });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.*");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"tree", "*.*"}}));
 
     // a and c stood there from beginning to end, and so did all of sub when the walk came to it
     for (const char* pSurely : {"tree\\a", "tree\\c", "tree\\sub\\d", "tree\\sub\\e"})
@@ -655,11 +650,7 @@ TEST(VQFileScannerThread, ReportsStartFilesAndEnd)
     const CTestDirectory oDirectory;
     WriteTree(oDirectory);
     CReports oReports;
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree/sub", "*.txt");
-    oScanner.AddScanDirectory("tree", "c*");
-    oScanner.RunThread(CReports::Take, USER_VALUE, nullptr);
-    ASSERT_TRUE(oReports.WaitForEnd());
+    ASSERT_TRUE(oReports.RunThread(ScannerOf({{"tree/sub", "*.txt"}, {"tree", "c*"}})));
     EXPECT_EQ(oReports.Get(),
               (Texts{"started", "tree/sub\\x.txt", "tree/sub\\deep\\y.txt", "tree\\c.dat", "finished"}));
     EXPECT_NE(oReports.GetThread(), std::this_thread::get_id());
@@ -668,9 +659,7 @@ TEST(VQFileScannerThread, ReportsStartFilesAndEnd)
 TEST(VQFileScannerThread, ReportsStartAndEndOfNothing)
 {
     CReports oReports;
-    CVQFileScanner oScanner;
-    oScanner.RunThread(CReports::Take, USER_VALUE, nullptr);
-    ASSERT_TRUE(oReports.WaitForEnd());
+    ASSERT_TRUE(oReports.RunThread({}));
     EXPECT_EQ(oReports.Get(), (Texts{"started", "finished"}));
 }
 
@@ -696,8 +685,7 @@ TEST(VQFileScannerThread, WaitsForTheStartEvent)
     if (sizeof(unsigned long) >= sizeof(std::uintptr_t))
     {
         CVQEvent oEnd;
-        CVQFileScanner oScanner;
-        oScanner.AddScanDirectory("tree", "*.*");
+        CVQFileScanner oScanner = ScannerOf({{"tree", "*.*"}});
         oScanner.RunThread(fnEarly, static_cast<unsigned long>(reinterpret_cast<std::uintptr_t>(&oEnd)), nullptr);
         ASSERT_TRUE(oEnd.TimedWait(PATIENCE));
         EXPECT_EQ(s_nEarly, 9);
@@ -732,8 +720,7 @@ TEST(VQFileScannerThread, OutlivesTheScanner)
     CVQEvent oStart;
     CReports oReports;
     {
-        CVQFileScanner oScanner;
-        oScanner.AddScanDirectory("tree", "*.txt");
+        CVQFileScanner oScanner = ScannerOf({{"tree", "*.txt"}});
         oScanner.RunThread(CReports::Take, USER_VALUE, &oStart);
         const CVQFileScanner oCopy(oScanner); // both name the thread
     }
@@ -747,8 +734,7 @@ TEST(VQFileScannerThread, RunsManyTimes)
 {
     const CTestDirectory oDirectory;
     oDirectory.Write("tree/a", "x");
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.*");
+    CVQFileScanner oScanner = ScannerOf({{"tree", "*.*"}});
     for (int i = 0; i < 300; ++i)
     {
         CReports oReports;
@@ -769,11 +755,7 @@ TEST(IsolatedVQFileScanner, StopsForGood)
     // the first two entries that match are "." and ".."
     {
         CReports oReports;
-        CVQFileScanner oScanner;
-        oScanner.AddScanDirectory("tree", "*.*");
-        oScanner.AddScanDirectory("tree/sub", "*");
-        oScanner.RunThread(CReports::Take, USER_VALUE, nullptr);
-        ASSERT_TRUE(oReports.WaitForEnd());
+        ASSERT_TRUE(oReports.RunThread(ScannerOf({{"tree", "*.*"}, {"tree/sub", "*"}})));
         EXPECT_EQ(oReports.Get(), (Texts{"started", "stopped"}));
     }
 
@@ -788,21 +770,14 @@ TEST(IsolatedVQFileScanner, StopsForGood)
     const Texts oExpected = {"more\\1.txt", "more\\2.txt", "mixed\\b.txt"};
     {
         CReports oReports;
-        CVQFileScanner oScanner;
-        oScanner.AddScanDirectory("more", "*.txt");
-        oScanner.AddScanDirectory("mixed", "*.txt");
-        oScanner.RunThread(CReports::Take, USER_VALUE, nullptr);
-        ASSERT_TRUE(oReports.WaitForEnd());
+        ASSERT_TRUE(oReports.RunThread(ScannerOf({{"more", "*.txt"}, {"mixed", "*.txt"}})));
         Texts oWithEnds = oExpected;
         oWithEnds.insert(oWithEnds.begin(), "started");
         oWithEnds.emplace_back("stopped");
         EXPECT_EQ(oReports.Get(), oWithEnds);
     }
     CReports oReports;
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("more", "*.txt");
-    oScanner.AddScanDirectory("mixed", "*.txt");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"more", "*.txt"}, {"mixed", "*.txt"}}));
     EXPECT_EQ(oReports.Get(), oExpected);
 
     EXPECT_EQ(Count("tree", "*.txt"), "5/5"); // counting does not ask
@@ -820,9 +795,7 @@ TEST(IsolatedVQFileScanner, StopsAtTheNextEntry)
             if (oData.m_oFileName == "3")
                 CVQFileScanner::StopThread();
         });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.*");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"tree", "*.*"}}));
     EXPECT_EQ(oReports.Get(), (Texts{"tree\\1", "tree\\2", "tree\\3"}));
 }
 
@@ -833,10 +806,7 @@ TEST(IsolatedVQFileScanner, LooksAtTheSecondEntryBeforeItStops)
         oDirectory.Write(pName, "x");
     CReports oReports;
     oReports.OnFile([](const sFileData&) { CVQFileScanner::StopThread(); });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.txt");
-    oScanner.RunThread(CReports::Take, USER_VALUE, nullptr);
-    ASSERT_TRUE(oReports.WaitForEnd());
+    ASSERT_TRUE(oReports.RunThread(ScannerOf({{"tree", "*.txt"}})));
     EXPECT_EQ(oReports.Get(), (Texts{"started", "tree\\1.txt", "tree\\2.txt", "stopped"}));
 }
 
@@ -848,9 +818,7 @@ TEST(IsolatedVQFileScanner, StillLooksIntoTheDirectoriesThatItWasTo)
         oDirectory.Write(pName, "x");
     CReports oReports;
     oReports.OnFile([](const sFileData&) { CVQFileScanner::StopThread(); });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.txt");
-    oScanner.Run(CReports::Take, USER_VALUE);
+    oReports.Run(ScannerOf({{"tree", "*.txt"}}));
     EXPECT_EQ(oReports.Get(), (Texts{"tree\\a\\1.txt", "tree\\a\\2.txt", "tree\\b\\5.txt", "tree\\b\\6.txt"}));
 }
 
@@ -871,8 +839,7 @@ TEST(IsolatedVQFileScanner, StopsAWorkerThread)
                 s_oGoOn.TimedWait(PATIENCE);
             }
         });
-    CVQFileScanner oScanner;
-    oScanner.AddScanDirectory("tree", "*.*");
+    CVQFileScanner oScanner = ScannerOf({{"tree", "*.*"}});
     oScanner.RunThread(CReports::Take, USER_VALUE, nullptr);
     ASSERT_TRUE(s_oReached.TimedWait(PATIENCE));
     CVQFileScanner::StopThread();
