@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     while (oProgram.ComesFirst())
         Step(oProgram.Next(), oReal, oModel);
 
-    // A keyword may have any number, that of the end too: the base's own end is what a program waits for here.
+    // A keyword may have any number, that of the end too: the base's own end is waited for.
     for (std::size_t nLeft = 2 * nSize + 8; nLeft > 0; --nLeft)
     {
         const int nToken = oReal.GetNextToken();
@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
 
         if (oProgram.HasStep())
             Step(oProgram.Next(), oReal, oModel);
-        else if (nToken == -1 && oModel.m_oBase.m_nPosition > oProgram.Text().size())
+        else if (nToken == -1 && oModel.m_oBase.IsAtEnd())
             break;
     }
     return 0;

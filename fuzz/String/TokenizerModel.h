@@ -79,16 +79,14 @@ public:
 
     void AddType(int nLow, int nHigh, eType nType)
     {
-        for (int c = 0; c <= 255; ++c)
-            if (c >= nLow && c <= nHigh)
-                m_aTypes[c] |= nType;
+        for (int c = std::max(nLow, 0); c <= std::min(nHigh, 255); ++c)
+            m_aTypes[c] |= nType;
     }
 
     void ClearTypes(int nLow, int nHigh)
     {
-        for (int c = 0; c <= 255; ++c)
-            if (c >= nLow && c <= nHigh)
-                m_aTypes[c] = 0;
+        for (int c = nLow; c <= nHigh; ++c)
+            SetType(c, 0);
     }
 
     void SetType(int c, int nType)
@@ -114,6 +112,9 @@ public:
         m_nPosition = bInside ? static_cast<std::size_t>(nPosition) : m_sText.size();
     }
 
+    /// Whether every further token is the end.
+    bool IsAtEnd() const { return m_nPeek == END; }
+
     int GetNextToken()
     {
         if (m_bPushedBack)
@@ -123,37 +124,29 @@ public:
         return m_nType;
     }
 
-    std::string GetStringValue(double dNumber) const
+    std::string GetStringValue(double dNumber) const { return TextOfType(m_nType, dNumber); }
+
+    /// The text of a token of any type.
+    std::string TextOfType(int nType, double dNumber) const
     {
-        switch (m_nType)
+        char aText[400];
+        const char cType = static_cast<char>(nType);
+        switch (nType)
         {
         case -4:
         case '"':
             return m_sValue;
         case -2:
         case -3:
-            return NumberText(dNumber);
+            std::snprintf(aText, sizeof aText, "%f", dNumber);
+            return aText;
         case -1:
             return "EOF";
         case 10:
             return "EOL";
         default:
-            return CharacterText(m_nType);
+            return cType == 0 ? "'" : std::string{'\'', cType, '\''}; // a formatted text ends at a zero
         }
-    }
-
-    /// A formatted text ends at a zero.
-    static std::string CharacterText(int nType)
-    {
-        const char cType = static_cast<char>(nType);
-        return cType == 0 ? "'" : std::string{'\'', cType, '\''};
-    }
-
-    static std::string NumberText(double dNumber)
-    {
-        char aText[400];
-        std::snprintf(aText, sizeof aText, "%f", dNumber);
-        return aText;
     }
 
     /// Whether a value is that of the digits, but for the rounding of a long row of them.
@@ -429,20 +422,11 @@ public:
             return ":=";
         case -53:
             return "<>";
-        case -4:
         case -5:
-        case '"':
         case '\'':
             return m_oBase.m_sValue;
-        case -2:
-        case -3:
-            return CTokenizer::NumberText(dNumber);
-        case -1:
-            return "EOF";
-        case 10:
-            return "EOL";
         default:
-            return CTokenizer::CharacterText(m_nType);
+            return m_oBase.TextOfType(m_nType, dNumber);
         }
     }
 
@@ -491,6 +475,26 @@ struct SStep
     unsigned char nSecond;
 };
 
+/// A switch of both, and the kind of its step.
+struct SSwitch
+{
+    unsigned char nKind;
+    void (CStringTokenizer::*pReal)(bool);
+    bool CTokenizer::*pModel;
+};
+
+inline constexpr SSwitch SWITCHES[] = {
+    {'/', &CStringTokenizer::AllowSlashSlashComments, &CTokenizer::m_bSlashSlash},
+    {'*', &CStringTokenizer::AllowSlashStarComments, &CTokenizer::m_bSlashStar},
+    {'{', &CStringTokenizer::AllowPascalComments, &CTokenizer::m_bPascal},
+    {';', &CStringTokenizer::AllowAssemblerComments, &CTokenizer::m_bAssembler},
+    {'!', &CStringTokenizer::AllowTextBlocks, &CTokenizer::m_bTextBlocks},
+    {'"', &CStringTokenizer::AllowStringHandling, &CTokenizer::m_bStrings},
+    {'l', &CStringTokenizer::ForceLowerCaseMode, &CTokenizer::m_bLowerCase},
+    {'e', &CStringTokenizer::EOLIsSignificant, &CTokenizer::m_bLineEnds},
+    {'h', &CStringTokenizer::AllowHighCharacters, &CTokenizer::m_bHigh},
+};
+
 /// Does a step that tokenizer and analyzer have in common.
 ///
 /// @return false when the kind is none of them
@@ -498,7 +502,14 @@ inline bool Do(const SStep& oStep, CStringTokenizer& oReal, CTokenizer& oModel)
 {
     const int nFirst = oStep.nFirst;
     const int nSecond = oStep.nSecond;
-    const bool bOn = (nFirst & 1) != 0;
+    const auto Far = [&](int nNear) { return nSecond >= 128 ? (nSecond - 192) * (1 << 24) : nNear; };
+    for (const SSwitch& oSwitch : SWITCHES)
+        if (oStep.nKind == oSwitch.nKind)
+        {
+            oModel.*oSwitch.pModel = (nFirst & 1) != 0;
+            (oReal.*oSwitch.pReal)((nFirst & 1) != 0);
+            return true;
+        }
     switch (oStep.nKind)
     {
     case 'w':
@@ -529,43 +540,13 @@ inline bool Do(const SStep& oStep, CStringTokenizer& oReal, CTokenizer& oModel)
         oReal.CommentChar(nFirst);
         oModel.SetType(nFirst, tComment);
         return true;
-    case '/':
-        oReal.AllowSlashSlashComments(oModel.m_bSlashSlash = bOn);
-        return true;
-    case '*':
-        oReal.AllowSlashStarComments(oModel.m_bSlashStar = bOn);
-        return true;
-    case '{':
-        oReal.AllowPascalComments(oModel.m_bPascal = bOn);
-        return true;
-    case ';':
-        oReal.AllowAssemblerComments(oModel.m_bAssembler = bOn);
-        return true;
-    case '!':
-        oReal.AllowTextBlocks(oModel.m_bTextBlocks = bOn);
-        return true;
-    case '"':
-        oReal.AllowStringHandling(oModel.m_bStrings = bOn);
-        return true;
-    case 'l':
-        oReal.ForceLowerCaseMode(oModel.m_bLowerCase = bOn);
-        return true;
-    case 'e':
-        oReal.EOLIsSignificant(oModel.m_bLineEnds = bOn);
-        return true;
-    case 'h':
-        oReal.AllowHighCharacters(oModel.m_bHigh = bOn);
-        return true;
     case 't':
-        oReal.SetTabSize(oModel.m_nTabSize = nSecond >= 128 ? (nSecond - 192) * (1 << 24) : nFirst - 4);
+        oReal.SetTabSize(oModel.m_nTabSize = Far(nFirst - 4));
         return true;
     case 'p':
-    {
-        const int nPosition = nSecond >= 128 ? (nSecond - 192) * (1 << 24) : nFirst;
-        oReal.SetPosInString(nPosition);
-        oModel.SetPosInString(nPosition);
+        oReal.SetPosInString(Far(nFirst));
+        oModel.SetPosInString(Far(nFirst));
         return true;
-    }
     case 'r':
         oReal.Rewind();
         oModel.Rewind();
