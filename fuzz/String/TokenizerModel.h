@@ -569,12 +569,15 @@ void Compare(const Real& oReal, const CTokenizer& oModel)
 }
 
 /// Takes an input apart: a byte that counts the steps, a byte that says how many of them come before the first token
-/// (one comes behind each token from then on), the steps, the text.
+/// (one comes behind each token from then on), the steps, the text. What is longer only takes longer: it is cut.
 class CProgram
 {
 public:
+    static constexpr std::size_t LONGEST = 384;
+
     explicit CProgram(std::string_view sInput)
     {
+        sInput = sInput.substr(0, LONGEST);
         if (sInput.size() < 2)
             return;
         m_nCount = static_cast<unsigned char>(sInput[0]);
