@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
 #include <random>
 
@@ -192,6 +193,49 @@ public:
     CMuteLog() { GetDirectory().MakeDirectory("Zembrolia.log"); }
 };
 } // namespace
+
+namespace
+{
+/// The place of a virtual operation in the table of its class; a destructor has two.
+template <class TOperation>
+std::ptrdiff_t SlotOf(TOperation pOperation)
+{
+    std::ptrdiff_t nOffset = 0; // and 1, which tells virtual ones from others
+    std::memcpy(&nOffset, &pOperation, sizeof nOffset);
+    return (nOffset - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+}
+
+template <class TClass>
+struct SShown : TClass
+{
+    static std::ptrdiff_t GetVersionSlot() { return SlotOf(&SShown::_GetDataFormatVersion); }
+};
+
+template <class TClass>
+void ExpectFirstSlots()
+{
+    EXPECT_EQ(SShown<TClass>::GetVersionSlot(), 0);
+    EXPECT_EQ(SlotOf(&TClass::CanSerialize), 1);
+}
+} // namespace
+
+TEST(PropertyRecords, VirtualOperationsStandInTheOrderOfTheirSlots)
+{
+    ExpectFirstSlots<CVQProperty>();
+    ExpectFirstSlots<CVQPropertyList>();
+    ExpectFirstSlots<CVQPropertyStruct>();
+    ExpectFirstSlots<CVQPropertyManager>();
+    ExpectFirstSlots<CVQParams>();
+    EXPECT_EQ(SlotOf(&CVQProperty::Serialize), 4);
+    EXPECT_EQ(SlotOf(&CVQPropertyList::Serialize), 4);
+    EXPECT_EQ(SlotOf(&CVQPropertyStruct::Serialize), 4);
+    EXPECT_EQ(SlotOf(&CVQPropertyManager::Read), 4);
+    EXPECT_EQ(SlotOf(&CVQPropertyManager::Write), 5);
+    EXPECT_EQ(SlotOf(&CVQPropertyManager::Serialize), 6);
+    EXPECT_EQ(SlotOf(&CVQParams::Read), 4);
+    EXPECT_EQ(SlotOf(&CVQParams::Write), 5);
+    EXPECT_EQ(SlotOf(&CVQParams::Serialize), 6);
+}
 
 TEST(PropertyRecords, StreamsAreTheGoldenBytes)
 {

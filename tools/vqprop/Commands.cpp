@@ -272,6 +272,8 @@ int SetValue(const sOptions& oOptions, const std::string& sFile, const std::stri
     sNode* const pNode = DemandNode(oDocument.m_oRoot, sPath, sWhy);
     if (pNode == nullptr)
         throw CFailure(sPath, sWhy);
+    if (oDocument.m_oLayout.m_nKind == eKind::Params && !oDocument.m_oRoot.m_aNamed.empty())
+        throw CFailure(sPath, "is an attribute, and parameter lists have none");
     if (pNode == &oDocument.m_oRoot && oDocument.m_oLayout.m_nKind != eKind::Property)
         throw CFailure(sPath, "is the whole file");
     if (oNew.m_oFormat.IsEmpty())

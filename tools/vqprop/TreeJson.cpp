@@ -4,12 +4,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <stdexcept>
+#include <string_view>
 
 namespace
 {
@@ -147,6 +150,7 @@ class CJsonReader
 public:
     sDocument ReadDocument(const TJson& oJson)
     {
+        RefuseUnknownMembers(oJson);
         sDocument oDocument;
         const std::string sRecord = TextMember(oJson, "record");
         const auto oLayout = FindLayout(TextMember(oJson, "kind") + '-' + sRecord);
@@ -179,6 +183,7 @@ public:
 
     sNode ReadNode(const TJson& oJson)
     {
+        RefuseUnknownMembers(oJson);
         sNode oNode;
         const std::string sType = TextMember(oJson, "type");
         oNode.m_cType = sType == "unknown" ? sNode::UNKNOWN : FindType(sType);
@@ -231,6 +236,21 @@ private:
         for (const std::string& sStep : m_aPath)
             sPath += sStep;
         throw std::runtime_error(sPath.empty() ? sWhy : sPath + ": " + sWhy);
+    }
+
+    /// A member that nothing would read is a mistake: some may be left out.
+    void RefuseUnknownMembers(const TJson& oJson) const
+    {
+        constexpr std::array<std::string_view, 13> KNOWN = {
+            "attributes", "code",     "elements", "format",    "kind", "name", "parameters",
+            "properties", "property", "record",   "structure", "type", "value"};
+        if (!oJson.is_object())
+            return;
+        for (const auto& oMember : oJson.items())
+        {
+            if (std::find(KNOWN.begin(), KNOWN.end(), oMember.key()) == KNOWN.end())
+                Fail('"' + oMember.key() + "\" means nothing here");
+        }
     }
 
     const TJson& Member(const TJson& oJson, const char* pName) const
@@ -316,18 +336,17 @@ private:
         return sBytes;
     }
 
+    /// What is left out of a struct or list is empty.
     void ReadContents(const TJson& oJson, sNode& oNode)
     {
-        if (oNode.m_cType == 'c')
-        {
-            oNode.m_oText = ReadText(Member(oJson, "structure"));
-            ReadEntries(oJson, "elements", oNode.m_aNamed);
-        }
-        else
-        {
+        if (oJson.contains("structure") && oNode.m_cType == 'c')
+            oNode.m_oText = ReadText(oJson["structure"]);
+        if (oJson.contains("attributes") && oNode.m_cType == 'a')
             ReadEntries(oJson, "attributes", oNode.m_aNamed);
+        if (oJson.contains("elements") && oNode.m_cType == 'c')
+            ReadEntries(oJson, "elements", oNode.m_aNamed);
+        else if (oJson.contains("elements"))
             ReadElements(oJson, "elements", oNode.m_aElements);
-        }
     }
 
     const TJson& ArrayMember(const TJson& oJson, const char* pName) const

@@ -328,6 +328,35 @@ sNode* FindNode(sNode& oRoot, std::string_view sPath)
     return pFound;
 }
 
+namespace
+{
+std::string NextElementText(const sNode& oList)
+{
+    return "there is no such element, and the next one is " + IndexText(oList.m_aElements.size());
+}
+
+/// Adds what the last part of a path names to a list: its next element, or an attribute.
+///
+/// @param sWhy  is told for an index that is too large
+sNode* AddToList(sNode& oList, std::string_view sLast, std::string& sWhy)
+{
+    if (sLast.size() > 1 && sLast[0] == '@')
+    {
+        oList.m_aNamed.emplace_back().m_oName.m_sBytes = sLast.substr(1);
+        return &oList.m_aNamed.back().m_oValue;
+    }
+
+    const auto nIndex = TakeIndex(sLast);
+    if (!nIndex.has_value() || !sLast.empty())
+        return nullptr;
+    if (*nIndex == oList.m_aElements.size())
+        return &oList.m_aElements.emplace_back();
+
+    sWhy = NextElementText(oList);
+    return nullptr;
+}
+} // namespace
+
 sNode* DemandNode(sNode& oRoot, std::string_view sPath, std::string& sWhy)
 {
     if (sNode* pFound = FindNode(oRoot, sPath))
@@ -341,15 +370,17 @@ sNode* DemandNode(sNode& oRoot, std::string_view sPath, std::string& sWhy)
             continue;
 
         sNode* const pParent = nSplit == 0 ? &oRoot : FindNode(oRoot, sPath.substr(0, nSplit));
-        std::string_view sLast = sPath.substr(nSplit + (sPath[nSplit] == '.' ? 1 : 0));
+        const std::string_view sLast = sPath.substr(nSplit + (sPath[nSplit] == '.' ? 1 : 0));
         if (pParent != nullptr && pParent->m_cType == 'c' && sPath[nSplit] == '.' && !sLast.empty())
         {
             pParent->m_aNamed.emplace_back().m_oName.m_sBytes = sLast;
             return &pParent->m_aNamed.back().m_oValue;
         }
-        if (pParent != nullptr && pParent->m_cType == 'a' && TakeIndex(sLast) == pParent->m_aElements.size() &&
-            sLast.empty())
-            return &pParent->m_aElements.emplace_back();
+        if (pParent == nullptr || pParent->m_cType != 'a')
+            continue;
+        sNode* const pAdded = AddToList(*pParent, sLast, sWhy);
+        if (pAdded != nullptr || !sWhy.empty())
+            return pAdded;
     }
 
     if (oRoot.m_cType == 'c')
@@ -357,11 +388,14 @@ sNode* DemandNode(sNode& oRoot, std::string_view sPath, std::string& sWhy)
         oRoot.m_aNamed.emplace_back().m_oName.m_sBytes = sPath;
         return &oRoot.m_aNamed.back().m_oValue;
     }
-    std::string_view sIndex = sPath;
-    if (oRoot.m_cType == 'a' && TakeIndex(sIndex) == oRoot.m_aElements.size() && sIndex.empty())
-        return &oRoot.m_aElements.emplace_back();
-    sWhy = oRoot.m_cType == 'a' ? "there is no such element, and the next one is " + IndexText(oRoot.m_aElements.size())
-                                : "there is no such property, and nothing that it could be added to";
+    if (oRoot.m_cType == 'a')
+    {
+        if (sNode* const pAdded = AddToList(oRoot, sPath, sWhy))
+            return pAdded;
+        sWhy = NextElementText(oRoot);
+    }
+    else
+        sWhy = "there is no such property, and nothing that it could be added to";
     return nullptr;
 }
 

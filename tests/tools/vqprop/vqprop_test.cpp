@@ -1,12 +1,15 @@
 // The built program, run as a user runs it, on files of the library and on damaged ones.
 
 #include <tests/support/ChildProcess.h>
+#include <tests/support/FileSizeLimit.h>
 #include <tests/support/PropertyBytes.h>
 #include <tests/support/TestPaths.h>
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <limits>
 
 namespace
@@ -239,8 +242,8 @@ TEST(Vqprop, GoesDownPaths)
               Outcome(0, ""));
     EXPECT_EQ(RunTool({"set", "s", "corners[2]", "int", "1"}),
               Outcome(1, "vqprop: corners[2]: is not of the list's element type\n"));
-    EXPECT_EQ(RunTool({"set", "s", "corners[9]", "int", "1"}), Outcome(0, "")) << "a name like any other";
-    EXPECT_EQ(RunTool({"rm", "s", "corners[9]"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "s", "corners[9]", "int", "1"}),
+              Outcome(1, "vqprop: corners[9]: there is no such element, and the next one is [2]\n"));
     EXPECT_EQ(RunTool({"rm", "s", "Name"}), Outcome(0, ""));
     EXPECT_EQ(RunTool({"rm", "s", "Name"}), Outcome(1, "vqprop: Name: there is no such property\n"));
 
@@ -413,6 +416,66 @@ TEST(Vqprop, AFailedWriteLeavesTheOldFile)
     for ([[maybe_unused]] const auto& oEntry : fs::directory_iterator("d"))
         ++nFiles;
     EXPECT_EQ(nFiles, 1) << "nothing else is left behind";
+}
+
+TEST(Vqprop, AFullDiskLeavesTheOldFile)
+{
+    if (!CFileSizeLimit::IsSupported())
+        GTEST_SKIP() << "the size of files cannot be limited here";
+
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/f", Golden("scalars.manager.file"));
+    {
+        const CFileSizeLimit oLimit(10000);
+        EXPECT_EQ(RunTool({"set", "d/f", "a", "string", std::string(100000, 'x')}),
+                  Outcome(1, "vqprop: d/f: cannot be written\n"));
+    }
+    EXPECT_EQ(oDirectory.Read("d/f"), Golden("scalars.manager.file"));
+    EXPECT_EQ(std::distance(fs::directory_iterator("d"), fs::directory_iterator()), 1);
+}
+
+TEST(Vqprop, AReadOnlyDirectoryLeavesTheOldFile)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.Write("d/f", Golden("scalars.manager.file"));
+    oDirectory.SetReadOnly("d", true);
+    const bool bProtected = !std::ofstream("d/probe").is_open();
+    const Outcome oOutcome = RunTool({"set", bProtected ? "d/f" : "nothing", "a", "int", "1"});
+    oDirectory.SetReadOnly("d", false);
+    if (!bProtected)
+        GTEST_SKIP() << "this system or user writes to read-only directories";
+
+    EXPECT_EQ(oOutcome, Outcome(1, "vqprop: d/f: cannot be written: nothing can be made beside it\n"));
+    EXPECT_EQ(oDirectory.Read("d/f"), Golden("scalars.manager.file"));
+}
+
+TEST(Vqprop, WhatIsLeftOutOfJsonIsEmpty)
+{
+    const CTestDirectory oDirectory;
+    EXPECT_EQ(RunTool({"set", "f", "p", "json", R"({"type":"struct","structure":"Point"})"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "f", "p.x", "int", "5"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "f", "q", "json", R"({"type":"struct"})"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "f", "l", "json", R"({"type":"list"})"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "f", "l.@ElementType", "int", "0"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "f", "l[0]", "int", "7"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "f", "l[2]", "int", "7"}),
+              Outcome(1, "vqprop: l[2]: there is no such element, and the next one is [1]\n"));
+    EXPECT_EQ(RunTool({"show", "f"}), Outcome(0, "manager-file: 3 properties\n"
+                                                 "  l: list of int, 1 element\n"
+                                                 "    @ElementType: int = 0\n"
+                                                 "    [0]: int = 7\n"
+                                                 "  p: struct \"Point\", 1 element\n"
+                                                 "    x: int = 5\n"
+                                                 "  q: struct, 0 elements\n"));
+    EXPECT_EQ(RunTool({"set", "--as", "list-file", "g", "@ElementType", "float", "0"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"set", "--as", "list-file", "g", "[0]", "float", "1.5"}), Outcome(0, ""));
+    EXPECT_EQ(RunTool({"get", "g", "[0]"}), Outcome(0, "1.5\n"));
+    EXPECT_EQ(RunTool({"set", "--as", "params-file", "h", "@ElementType", "int", "0"}),
+              Outcome(1, "vqprop: @ElementType: is an attribute, and parameter lists have none\n"));
+    EXPECT_EQ(RunTool({"set", "f", "q", "json", R"({"type":"struct","elments":[]})"}),
+              Outcome(1, "vqprop: the value: \"elments\" means nothing here\n"));
+    EXPECT_EQ(RunTool({"set", "f", "q", "json", R"({"type":"struct","elements":5})"}),
+              Outcome(1, "vqprop: the value: \"elements\" is no array\n"));
 }
 
 TEST(Vqprop, TellsWrongUse)
