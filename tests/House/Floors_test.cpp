@@ -216,6 +216,13 @@ TEST(Floors, OnlyTheSystemFolderKnowsSystems)
     EXPECT_EQ(SystemUse(ReadTree({"tools"}), "|<unistd\\.h>|<fcntl\\.h>|<png\\.h>|<nlohmann/json\\.hpp>"),
               Complaints());
 
+    // A sample keeps what differs between systems in a source for each.
+    Tree oSamples = ReadTree({"samples"});
+    EXPECT_EQ(std::erase_if(oSamples, [](const auto& oFile)
+                            { return std::regex_search(oFile.first, std::regex("/(Posix|Windows)/")); }),
+              2U);
+    EXPECT_EQ(SystemUse(oSamples, ""), Complaints());
+
     EXPECT_EQ(SystemUse({{"Common/File/A.cpp", "#include <vector>\n#include <Common/Export.h>\n"}}, ""), Complaints());
     EXPECT_EQ(SystemUse({{"Common/Platform/System/Posix/A.cpp", "#include <unistd.h>\n"}}, ""), Complaints());
     for (const char* pText : {"#include <windows.h>", "#include <sys/stat.h>", "\n # include <unistd.h>",
@@ -228,7 +235,7 @@ TEST(Floors, TestsLeaveTheSystemToTheirSupport)
     auto oTests = ReadTree({"tests"});
     std::erase_if(oTests, [](const auto& oFile) { return StartsWith(oFile.first, "tests/support/"); });
     EXPECT_EQ(oTests.count("tests/House/Floors_test.cpp"), 1U);
-    EXPECT_EQ(SystemUse(oTests, "|<gtest/gtest\\.h>|<tests/support/.*>|<tools/.*>"), Complaints());
+    EXPECT_EQ(SystemUse(oTests, "|<gtest/gtest\\.h>|<tests/support/.*>|<tools/.*>|<samples/.*>"), Complaints());
 }
 
 TEST(Floors, PublicHeadersIncludeNothingInternal)

@@ -38,8 +38,20 @@ public:
     /// Types a text.
     void Type(const std::string& sText);
 
-    /// Waits for the end of the child; its output is all that the terminal showed.
+    /// Waits for the end of the child; its output is all that the terminal showed. It ended at -1 by a signal.
     ChildResult Wait();
+
+    /// Makes the terminal so large; the child is told by a signal.
+    void SetSize(int nWidth, int nHeight);
+
+    /// Sends the child a signal.
+    void Signal(int nSignal);
+
+    /// Closes the terminal, as a user does with its window. Its output is lost from then on.
+    void Close();
+
+    /// Whether the terminal echoes what is typed and gathers it to lines, as it did at first.
+    bool IsAsItWas() const;
 
 private:
     struct Implementation;

@@ -11,6 +11,7 @@
 #    include <poll.h>
 #    include <sys/ioctl.h>
 #    include <sys/wait.h>
+#    include <termios.h>
 #    include <unistd.h>
 
 using std::chrono::milliseconds;
@@ -152,7 +153,7 @@ ChildResult CTerminalChild::Wait()
     if (oState.nProcess <= 0)
         return oResult;
 
-    while (oState.ReadMore())
+    while (oState.nMaster != -1 && oState.ReadMore())
     {
     }
     if (oState.bTimedOut)
@@ -165,6 +166,33 @@ ChildResult CTerminalChild::Wait()
     oResult.bTimedOut = oState.bTimedOut;
     oResult.sOutput = oState.sShown;
     return oResult;
+}
+
+void CTerminalChild::SetSize(int nWidth, int nHeight)
+{
+    winsize oSize{};
+    oSize.ws_col = static_cast<unsigned short>(nWidth);
+    oSize.ws_row = static_cast<unsigned short>(nHeight);
+    ioctl(m_pImplementation->nMaster, TIOCSWINSZ, &oSize);
+}
+
+void CTerminalChild::Signal(int nSignal)
+{
+    if (m_pImplementation->nProcess > 0)
+        kill(m_pImplementation->nProcess, nSignal);
+}
+
+void CTerminalChild::Close()
+{
+    close(m_pImplementation->nMaster);
+    m_pImplementation->nMaster = -1;
+}
+
+bool CTerminalChild::IsAsItWas() const
+{
+    termios oMode{};
+    return tcgetattr(m_pImplementation->nMaster, &oMode) == 0 && (oMode.c_lflag & ECHO) != 0 &&
+           (oMode.c_lflag & ICANON) != 0;
 }
 
 bool HasTerminals()

@@ -22,6 +22,17 @@ ChildResult CTerminalChild::Wait()
     return ChildResult();
 }
 
+void CTerminalChild::SetSize(int, int) {}
+
+void CTerminalChild::Signal(int) {}
+
+void CTerminalChild::Close() {}
+
+bool CTerminalChild::IsAsItWas() const
+{
+    return false;
+}
+
 bool HasTerminals()
 {
     return false;

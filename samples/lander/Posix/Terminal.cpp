@@ -1,0 +1,202 @@
+// A terminal as Linux has it: bytes in, escape sequences out.
+
+#include "../Terminal.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace
+{
+// another screen beside the one with the lines, no cursor; and back, with the colours as they were
+constexpr std::string_view ENTER = "\x1b[?1049h\x1b[?25l\x1b[2J";
+constexpr std::string_view LEAVE = "\x1b[0m\x1b[?25h\x1b[?1049l";
+
+constexpr int ENDING[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int CRASHING[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGQUIT};
+
+termios s_oBefore;
+volatile std::sig_atomic_t s_bEntered = 0;
+volatile std::sig_atomic_t s_nEndSignal = 0;
+volatile std::sig_atomic_t s_bLost = 0;
+
+void Enter()
+{
+    termios oRaw = s_oBefore;
+    oRaw.c_iflag &= ~static_cast<tcflag_t>(IXON | ICRNL | BRKINT | ISTRIP | INPCK);
+    oRaw.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON | IEXTEN);
+    oRaw.c_cc[VMIN] = 0;
+    oRaw.c_cc[VTIME] = 0;
+    tcsetattr(STDIN_FILENO, TCSANOW, &oRaw);
+    [[maybe_unused]] const auto nWritten = write(STDOUT_FILENO, ENTER.data(), ENTER.size());
+    s_bEntered = 1;
+    s_bLost = 1;
+}
+
+void OnEnding(int nSignal)
+{
+    s_nEndSignal = nSignal;
+}
+
+// The handler is gone after its first call, so that the signal does now what it does by itself.
+void OnCrash(int nSignal)
+{
+    CTerminal::Restore();
+    raise(nSignal);
+}
+
+void OnStop(int)
+{
+    CTerminal::Restore();
+    raise(SIGSTOP); // comes back with SIGCONT
+}
+
+void OnContinue(int)
+{
+    if (s_bEntered == 0)
+        Enter();
+}
+
+void Handle(int nSignal, void (*pHandler)(int), int nFlags)
+{
+    struct sigaction oAction = {};
+    oAction.sa_handler = pHandler;
+    oAction.sa_flags = nFlags;
+    sigemptyset(&oAction.sa_mask);
+    sigaction(nSignal, &oAction, nullptr);
+}
+} // namespace
+
+CTerminal::CTerminal()
+{
+    if (tcgetattr(STDIN_FILENO, &s_oBefore) != 0)
+        throw std::runtime_error("the terminal: cannot be set up");
+    for (const int nSignal : ENDING)
+        Handle(nSignal, &OnEnding, 0);
+    for (const int nSignal : CRASHING)
+        Handle(nSignal, &OnCrash, static_cast<int>(SA_RESETHAND));
+    Handle(SIGTSTP, &OnStop, 0);
+    Handle(SIGCONT, &OnContinue, 0);
+    Handle(SIGPIPE, SIG_IGN, 0);
+    std::atexit(&CTerminal::Restore);
+    Enter();
+}
+
+CTerminal::~CTerminal()
+{
+    Restore();
+    Handle(SIGCONT, SIG_DFL, 0);
+    Handle(SIGTSTP, SIG_DFL, 0);
+}
+
+bool CTerminal::IsThere()
+{
+    return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+}
+
+void CTerminal::Restore()
+{
+    if (s_bEntered == 0)
+        return;
+    s_bEntered = 0;
+    const int nError = errno;
+    [[maybe_unused]] const auto nWritten = write(STDOUT_FILENO, LEAVE.data(), LEAVE.size());
+    tcsetattr(STDIN_FILENO, TCSANOW, &s_oBefore);
+    errno = nError;
+}
+
+void CTerminal::GetSize(int& nWidth, int& nHeight) const
+{
+    winsize oSize{};
+    const bool bTold = ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) == 0 && oSize.ws_col != 0 && oSize.ws_row != 0;
+    nWidth = bTold ? oSize.ws_col : 80;
+    nHeight = bTold ? oSize.ws_row : 24;
+}
+
+bool CTerminal::TakeLost()
+{
+    const bool bLost = s_bLost != 0;
+    s_bLost = 0;
+    return bLost;
+}
+
+bool CTerminal::Write(std::string_view sBytes)
+{
+    while (!sBytes.empty() && s_bEntered != 0)
+    {
+        const auto nWritten = write(STDOUT_FILENO, sBytes.data(), sBytes.size());
+        if (nWritten > 0)
+            sBytes.remove_prefix(static_cast<std::size_t>(nWritten));
+        else if (errno != EINTR && errno != EAGAIN)
+            return false;
+        else if (s_nEndSignal != 0)
+            return true;
+    }
+    return true;
+}
+
+bool CTerminal::ReadKeys(int nMilliseconds, std::vector<int>& aKeys)
+{
+    pollfd oPoll{STDIN_FILENO, POLLIN, 0};
+    const int nReady = poll(&oPoll, 1, nMilliseconds);
+    if (s_nEndSignal != 0)
+        return false;
+    if (nReady <= 0)
+        return nReady == 0 || errno == EINTR;
+
+    std::array<char, 4096> aBytes;
+    const auto nRead = read(STDIN_FILENO, aBytes.data(), aBytes.size());
+    if (nRead <= 0)
+        return nRead != 0 && (errno == EINTR || errno == EAGAIN);
+
+    for (std::string_view sBytes(aBytes.data(), static_cast<std::size_t>(nRead)); !sBytes.empty();)
+    {
+        if (sBytes.size() >= 3 && sBytes[0] == '\x1b' && (sBytes[1] == '[' || sBytes[1] == 'O'))
+        {
+            constexpr std::string_view ARROWS = "ABDC"; // up, down, left, right
+            const auto nArrow = ARROWS.find(sBytes[2]);
+            if (nArrow != std::string_view::npos)
+                aKeys.push_back(keyUp + static_cast<int>(nArrow));
+            sBytes.remove_prefix(3);
+            continue;
+        }
+        const int nByte = static_cast<unsigned char>(sBytes[0]);
+        aKeys.push_back(nByte == '\r' ? keyEnter : nByte == 127 ? keyBackspace : nByte);
+        sBytes.remove_prefix(1);
+    }
+    return true;
+}
+
+int GetEndSignal()
+{
+    return s_nEndSignal;
+}
+
+std::string GetProgramDirectory()
+{
+    std::error_code oError;
+    return std::filesystem::read_symlink("/proc/self/exe", oError).parent_path().string();
+}
+
+std::size_t GetResidentMemory()
+{
+    unsigned long nAll = 0;
+    unsigned long nResident = 0;
+    if (FILE* pFile = std::fopen("/proc/self/statm", "r"))
+    {
+        if (std::fscanf(pFile, "%lu %lu", &nAll, &nResident) != 2)
+            nResident = 0;
+        std::fclose(pFile);
+    }
+    return nResident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024;
+}

@@ -1,0 +1,124 @@
+// lander: a small game that uses the whole library as a game would. Read it from here: main() finds the game's files,
+// Application.h has the main loop, and each file begins with the areas that it shows.
+
+#include "Demo.h"
+
+#include <Common/Platform/PlatformDirectory.h>
+
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+
+namespace
+{
+constexpr int FAILED = 1;
+constexpr int WRONG_USE = 2;
+constexpr int ENDED_BY_SIGNAL = 128; // plus its number, as shells have it
+
+constexpr const char* USAGE = "usage: lander [--home DIR] [--demo SECONDS]\n"
+                              "       lander --help | --version\n";
+
+constexpr const char* HELP =
+    "\n"
+    "--home DIR      the directory of lander.arc, and of all that the game writes; the program's own if nothing is "
+    "said\n"
+    "--demo SECONDS  plays by itself, without a terminal, so many seconds of the game; 1 to 36000\n"
+    "\n"
+    "Arrow keys or wasd fly; Tab opens the console. Exit codes: 0 done, 1 failed, 2 wrong use.\n";
+
+struct sCommandLine
+{
+    std::string m_sHome;
+    int m_nDemo = 0;
+    const char* m_pPrint = nullptr;
+};
+
+int RefuseUse(const std::string& sWhy)
+{
+    std::fprintf(stderr, "lander: %s\n%s", sWhy.c_str(), USAGE);
+    return WRONG_USE;
+}
+
+/// Reads the command line; "" or what is wrong with it.
+std::string ReadCommandLine(const std::vector<std::string>& aArguments, sCommandLine& oLine)
+{
+    for (std::size_t i = 0; i < aArguments.size(); ++i)
+    {
+        const std::string& sOption = aArguments[i];
+        const std::string sValue = i + 1 < aArguments.size() ? aArguments[i + 1] : "";
+        if (sOption == "--help" || sOption == "-h")
+            oLine.m_pPrint = HELP;
+        else if (sOption == "--version")
+            oLine.m_pPrint = "";
+        else if (sOption != "--home" && sOption != "--demo")
+            return sOption + (sOption[0] == '-' ? ": unknown option" : ": too many arguments");
+        else if (++i == aArguments.size() || sValue.empty())
+            return sOption + ": a value is missing";
+        else if (sOption == "--home")
+            oLine.m_sHome = sValue;
+        else if (std::from_chars(sValue.data(), sValue.data() + sValue.size(), oLine.m_nDemo).ptr !=
+                     sValue.data() + sValue.size() ||
+                 oLine.m_nDemo < 1 || oLine.m_nDemo > 36000)
+            return sValue + ": not a number from 1 to 36000";
+    }
+    return "";
+}
+
+int Run(const sCommandLine& oLine, std::chrono::steady_clock::time_point oStart)
+{
+    const std::string sHome = oLine.m_sHome.empty() ? GetProgramDirectory() : oLine.m_sHome;
+    if (!sHome.empty() && DIR_Change(sHome.c_str()) != 1)
+        throw std::runtime_error(sHome + ": no such directory");
+
+    CAssets::Open();
+    CTexts::Load();
+    if (oLine.m_nDemo != 0)
+    {
+        const std::string sTable = CDemo().Play(oLine.m_nDemo, oStart);
+        if (std::fputs(sTable.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+            throw std::runtime_error("standard output: cannot be written");
+        return 0;
+    }
+
+    if (!CTerminal::IsThere())
+        throw std::runtime_error("there is no terminal; see --demo");
+    CTerminal oTerminal;
+    CApplication(&oTerminal).Play();
+    return GetEndSignal() != 0 ? ENDED_BY_SIGNAL + GetEndSignal() : 0;
+}
+} // namespace
+
+int main(int nArguments, char** ppArguments)
+{
+    const auto oStart = std::chrono::steady_clock::now();
+    sCommandLine oLine;
+    const std::string sWrong = ReadCommandLine({ppArguments + 1, ppArguments + nArguments}, oLine);
+    if (!sWrong.empty())
+        return RefuseUse(sWrong);
+    if (oLine.m_pPrint != nullptr)
+        return std::printf("%s%s", *oLine.m_pPrint != '\0' ? USAGE : "lander " COMMON_VERSION "\n", oLine.m_pPrint) < 0;
+
+    CJournal::Begin();
+    int nResult = FAILED;
+    std::string sError;
+    try
+    {
+        nResult = Run(oLine, oStart);
+    }
+    catch (const CVQException& oError)
+    {
+        sError = oError.GetErrorString();
+    }
+    catch (const std::exception& oError)
+    {
+        sError = oError.what();
+    }
+    if (!sError.empty())
+    {
+        CJournal::Report(ecCatastrophicError, sError);
+        std::fprintf(stderr, "lander: %s\n", sError.c_str());
+    }
+    CJournal::End();
+    return nResult;
+}
