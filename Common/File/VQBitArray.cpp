@@ -89,6 +89,13 @@ void CVQBitArray::GrowToByte(int nByte)
 {
     if (nByte >= MAX_SIZE)
         VQBitArrayDetail::ThrowTooLarge();
+
+    if (nByte == m_nSize && static_cast<std::uint32_t>(m_nSize) % SMALLEST_STEP != 0)
+    {
+        ByteAt(m_nSize++) = 0; // memory comes in whole steps: there is a byte left
+        m_nBits = BITS * m_nSize;
+        return;
+    }
     SetSize(std::max(m_nSize, nByte) + 1);
 }
 

@@ -169,7 +169,7 @@ const void* CVQDataStream::MakeRoom(std::uint32_t nPosition, const void* pData, 
     const auto* pBytes = static_cast<const unsigned char*>(pData);
     const std::less<const unsigned char*> Before;
     const unsigned char* pOld = GetBuffer();
-    const bool bOwnBytes = pOld != nullptr && !Before(pBytes, pOld) && Before(pBytes, pOld + m_nSize);
+    const bool bOwnBytes = pOld != nullptr && !Before(pBytes, pOld) && Before(pBytes, pOld + m_nCapacity);
     const std::ptrdiff_t nInside = bOwnBytes ? pBytes - pOld : 0;
 
     GrowToAtLeast(nPosition + nSize);
@@ -177,13 +177,12 @@ const void* CVQDataStream::MakeRoom(std::uint32_t nPosition, const void* pData, 
     return bOwnBytes ? GetBuffer() + nInside : pData;
 }
 
-/// Sees to it that nSize bytes can be read at a position.
-void CVQDataStream::RequireData(std::uint32_t nPosition, unsigned long nSize) const
+/// Tells why nSize bytes cannot be read at a position.
+void CVQDataStream::RefuseRead(std::uint32_t nPosition, unsigned long nSize) const
 {
     if (nPosition > m_nCapacity || nSize > m_nCapacity - nPosition)
         ThrowReadBehindEnd();
-    if (IsStoring())
-        ThrowReadWhileStoring();
+    ThrowReadWhileStoring();
 }
 
 /// Leaves the shared block for one of its own with the same data and room for nExtra bytes more.
@@ -257,7 +256,7 @@ CVQDataStream::SBlock* CVQDataStream::NewBlock(const unsigned char* pData, unsig
 CVQDataStream::SBlock* CVQDataStream::Share() const noexcept
 {
     ++m_pBlock->m_nReferences;
-    m_nWritable = 0;
+    m_nWriteLimit = 0;
     return m_pBlock;
 }
 
@@ -283,8 +282,8 @@ void CVQDataStream::TakeBlock(SBlock* pBlock) noexcept
 void CVQDataStream::Refresh() noexcept
 {
     m_pBytes = m_pBlock->m_pData;
-    m_nReadable = IsStoring() ? 0 : m_nCapacity;
-    m_nWritable = IsStoring() && m_pBlock->m_nReferences == 1 ? m_nCapacity : 0;
+    m_nReadLimit = IsStoring() ? 0 : std::uint64_t{m_nCapacity} + 1;
+    m_nWriteLimit = IsStoring() && m_pBlock->m_nReferences == 1 ? std::uint64_t{m_nCapacity} + 1 : 0;
 }
 
 void CVQDataStream::PushVersion(int nVersion)

@@ -255,7 +255,7 @@ private:
         std::memcpy(&nValue, pData, sizeof(nValue)); // what is shown to no other function can stay in a register
 
         const std::uint64_t nEnd = std::uint64_t{nPosition} + sizeof(nValue);
-        if (nEnd > m_nWritable)
+        if (nEnd >= m_nWriteLimit)
             MakeRoom(nPosition, nullptr, sizeof(nValue));
 
         if (nEnd > m_nSize)
@@ -267,7 +267,7 @@ private:
     std::uint32_t PutBytes(const void* pData, std::uint32_t nPosition, unsigned long nSize)
     {
         const std::uint64_t nEnd = std::uint64_t{nPosition} + nSize;
-        if (nEnd > m_nWritable || nEnd < nSize || nSize == 0)
+        if (nEnd >= m_nWriteLimit || nEnd < nSize)
             pData = MakeRoom(nPosition, pData, nSize);
 
         if (nEnd > m_nSize)
@@ -280,8 +280,8 @@ private:
     std::uint32_t Get(void* pData, std::uint32_t nPosition, unsigned long nSize)
     {
         const std::uint64_t nEnd = std::uint64_t{nPosition} + nSize;
-        if (nEnd > m_nReadable || nEnd < nSize || nSize == 0)
-            RequireData(nPosition, nSize);
+        if (nEnd >= m_nReadLimit || nEnd < nSize)
+            RefuseRead(nPosition, nSize); // never comes back, so that the fields can stay in registers
 
         if (nSize != 0)
             std::memcpy(pData, m_pBytes + nPosition, nSize);
@@ -290,7 +290,7 @@ private:
 
     Iterator Begin() noexcept;
     const void* MakeRoom(std::uint32_t nPosition, const void* pData, unsigned long nSize);
-    void RequireData(std::uint32_t nPosition, unsigned long nSize) const;
+    [[noreturn]] void RefuseRead(std::uint32_t nPosition, unsigned long nSize) const;
     void Detach(std::uint64_t nExtra);
     void Reallocate(unsigned long nSize);
     void GrowToAtLeast(unsigned long nSize);
@@ -323,10 +323,11 @@ private:
     std::int32_t m_nVersion;
     std::vector<std::int32_t> m_aVersions; // those of the objects around the one that is loaded
 
-    // What follows from the fields above, so that a value is read and written with few questions: see Refresh().
-    unsigned char* m_pBytes;           // the block
-    std::uint32_t m_nReadable;         // bytes that Get() delivers without asking
-    mutable std::uint32_t m_nWritable; // bytes that Put() writes over without asking; 0 for a block that is shared
+    // What follows from the fields above, so that a value is read and written with few questions: see Refresh(). One
+    // more than the last end that needs none, 0 when all do.
+    unsigned char* m_pBytes;
+    std::uint64_t m_nReadLimit;
+    mutable std::uint64_t m_nWriteLimit;
 };
 
 inline void CVQDataStream::Iterator::Put(const void* pData, unsigned long nSize)

@@ -1,9 +1,12 @@
 #include <Common/File/VQBitArray.h>
 
+#include <tests/support/NoMemory.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -267,6 +270,36 @@ TEST(VQBitArray, RefusesMoreBitsThanItCanCount)
         EXPECT_THROW(oArray.SetSize(nBytes), std::length_error);
         EXPECT_THROW(oArray.QueryBuffer(nBytes), std::length_error);
     }
+    EXPECT_EQ(BytesOf(oArray), "ab");
+    EXPECT_EQ(oArray.GetNumBits(), 16);
+}
+
+TEST(VQBitArray, StaysAsItWasWithoutMemory)
+{
+    if (!CNoMemory::IsSupported())
+        GTEST_SKIP() << "the library's memory cannot be made to fail here";
+
+    CVQBitArray oArray = ArrayOf("ab");
+    const CVQBitArray oLarge(8000);
+    int nRefused = 0;
+    const auto Refuse = [&nRefused](const auto& Call)
+    {
+        const CNoMemory oNoMemory;
+        try
+        {
+            Call();
+        }
+        catch (const std::bad_alloc&)
+        {
+            ++nRefused;
+        }
+    };
+    Refuse([&] { oArray.SetSize(1000); });
+    Refuse([&] { oArray.SetNumBits(8000); });
+    Refuse([&] { oArray.SetBit(8000, true); });
+    Refuse([&] { oArray.QueryBuffer(1000); });
+    Refuse([&] { oArray = oLarge; });
+    EXPECT_EQ(nRefused, 5);
     EXPECT_EQ(BytesOf(oArray), "ab");
     EXPECT_EQ(oArray.GetNumBits(), 16);
 }

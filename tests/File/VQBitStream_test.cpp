@@ -247,6 +247,38 @@ TEST(VQBitStream, GrowsUpToAPositionBehindTheEnd)
     EXPECT_EQ(oStream.GetPos(), 51);
 }
 
+TEST(VQBitStream, KeepsItsPositionWhenTheSizeChanges)
+{
+    CVQBitStream oStream = StreamOf("abcd");
+    oStream.SetPos(20);
+    oStream.SetNumBits(9);
+    EXPECT_EQ(oStream.GetPos(), 20);
+    EXPECT_EQ(oStream.GetNumBitsLeft(), -11);
+    oStream.Write(true);
+    EXPECT_EQ(BytesOf(oStream), std::string("ab\x08", 3));
+    EXPECT_EQ(oStream.GetNumBits(), 24);
+    oStream.SetSize(0);
+    EXPECT_EQ(oStream.GetPos(), 21);
+    EXPECT_EQ(Read(oStream, 2), "00");
+    EXPECT_EQ(oStream.GetPos(), 23);
+}
+
+TEST(VQBitStream, StopsAtTheLastPositionThatHasANumber)
+{
+    CVQBitStream oStream = StreamOf("a");
+    oStream.SetPos(MAX_BITS - 2);
+    EXPECT_EQ(oStream.GetNumBitsLeft(), 10 - MAX_BITS);
+    bool bValue = true;
+    for (const int nExpected : {MAX_BITS - 1, MAX_BITS, MAX_BITS, MAX_BITS})
+    {
+        oStream.Read(bValue);
+        EXPECT_FALSE(bValue);
+        EXPECT_EQ(oStream.GetPos(), nExpected);
+    }
+    oStream.SetPos(1);
+    EXPECT_EQ(Read(oStream, 2), "11");
+}
+
 TEST(VQBitStream, RefusesToWriteWhatItCannotCount)
 {
     CVQBitStream oStream = StreamOf("ab");
@@ -270,12 +302,15 @@ TEST(VQBitStream, CopiesBitsAndGoesToTheStart)
     EXPECT_EQ(oSource.GetPos(), 5);
 
     CVQBitStream oAssigned(100);
+    oAssigned.BeginWrite();
     oAssigned.SetPos(50);
     CVQBitStream& oResult = oAssigned = oSource;
     EXPECT_EQ(&oResult, &oAssigned);
     EXPECT_EQ(BytesOf(oAssigned), "ab");
     EXPECT_EQ(oAssigned.GetNumBits(), 16);
     EXPECT_EQ(oAssigned.GetPos(), 0);
+    EXPECT_TRUE(oAssigned.IsWriting()); // what it was about is its own
+    EXPECT_FALSE(oAssigned.IsReading());
 
     oAssigned.SetPos(3);
     const CVQBitStream& oItself = oAssigned;

@@ -2,10 +2,15 @@
 #include <Common/File/VQVariableControllerBase.h>
 
 #include <tests/support/PropertyBytes.h>
+#include <tests/support/TestDirectory.h>
+#include <tests/support/TestPaths.h>
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
+#include <memory>
+#include <random>
 #include <type_traits>
 
 namespace
@@ -114,6 +119,63 @@ TEST_F(VQDataFormat, SavesMarkerNameVersionAndVariables)
     EXPECT_EQ(BytesOf(oEmpty), 'F' + Text("") + Word(-1));
 }
 
+TEST_F(VQDataFormat, SavesAndLoadsTheSameBytesAsEver)
+{
+    const std::string sGolden = ReadWholeFile(GetGoldenPath("streams/format.stream"));
+    CVQVariableControllerBase oCode(0, 0x41424344);
+    CVQDataFormat oFormat = Format(3);
+    oFormat.AddVariable(3, oCode);
+
+    m_oUnit.m_nShield = -2;
+    CVQDataStream oStored(CVQDataStream::STORING);
+    oFormat.Serialize(Record(), oStored);
+    EXPECT_EQ(BytesOf(oStored), sGolden); // all variables, also one of a later version
+
+    CVQDataFormat oLater("Unit", 4);
+    oLater.AddVariable(1, m_oHealth);
+    oLater.AddVariable(2, m_oShield);
+    oLater.AddVariable(3, m_oSpeed);
+    oLater.AddVariable(3, oCode);
+    m_oUnit = {0, 0, 0};
+    EXPECT_EQ(Load(oLater, sGolden), sGolden.size());
+    EXPECT_EQ(m_oUnit.m_nHealth, 1);
+    EXPECT_EQ(m_oUnit.m_nShield, -2);
+    EXPECT_EQ(m_oUnit.m_nSpeed, 3);
+}
+
+TEST_F(VQDataFormat, HoldsManyVariables)
+{
+    CVQDataFormat oFormat("Unit", 1);
+    for (int i = 0; i < 1000; ++i)
+        oFormat.AddVariable(i, m_oHealth);
+    EXPECT_EQ(Load(oFormat, 'F' + Text("Unit") + Word(499) + std::string(2000, '\1')), 13U + 2000);
+    EXPECT_EQ(m_oHealth.m_nCalls, 500);
+    EXPECT_EQ(m_oUnit.m_nHealth, 0x01010101);
+}
+
+TEST_F(VQDataFormat, ComparesVersionsWithTheirSigns)
+{
+    constexpr std::int32_t LOWEST = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int32_t HIGHEST = std::numeric_limits<std::int32_t>::max();
+
+    struct
+    {
+        std::int32_t nVariable, nStored;
+        int nCalls;
+    } const aCases[] = {{0, 0, 1},        {0, -1, 0},          {-1, -1, 1},         {-1, 0, 1},
+                        {1, HIGHEST, 1},  {1, LOWEST, 0},      {LOWEST, LOWEST, 1}, {HIGHEST, HIGHEST, 1},
+                        {HIGHEST, -1, 0}, {HIGHEST, LOWEST, 0}};
+
+    for (const auto& [nVariable, nStored, nCalls] : aCases)
+    {
+        m_oHealth.m_nCalls = 0;
+        CVQDataFormat oFormat("Unit", 7);
+        oFormat.AddVariable(nVariable, m_oHealth);
+        EXPECT_EQ(Load(oFormat, 'F' + Text("Unit") + Word(nStored) + Word(5)), 13U + 4 * static_cast<unsigned>(nCalls));
+        EXPECT_EQ(m_oHealth.m_nCalls, nCalls) << nVariable << ' ' << nStored;
+    }
+}
+
 TEST_F(VQDataFormat, LoadsWhatTheVersionHad)
 {
     EXPECT_EQ(Load(Format(3), 'F' + Text("Unit") + Word(2) + Word(10) + Word(11) + Word(12)), 9U + 4 + 8);
@@ -198,4 +260,31 @@ TEST_F(VQDataFormat, ACutStreamThrows)
     }
     for (const std::int64_t nLength : {0x7FFFFFFFLL, 1000LL})
         EXPECT_EQ(StreamErrorOf([&] { Load(Format(3), 'F' + Word(nLength) + "Unit" + Word(3)); }), 5000U);
+}
+
+TEST_F(VQDataFormat, SurvivesDamageToAnyByte)
+{
+    const std::string sRecord = 'F' + Text("five") + Word(4) + Word(10) + Word(11) + Word(12);
+    const std::string sLocalised = 'F' + Word(-1) + Word(5) + Word(4) + Word(10) + Word(11) + Word(12);
+    std::mt19937 oRandom(17);
+    int nRefused = 0;
+    for (const bool bHooks : {false, true})
+    {
+        const auto pTexts = bHooks ? std::make_unique<CNumberTexts>() : nullptr;
+        for (const std::string& sWhole : {sRecord, sLocalised})
+        {
+            for (std::size_t i = 0; i < sWhole.size(); ++i)
+            {
+                for (const int nByte : {0, 1, 0x7F, 0x80, 0xFF, static_cast<int>(oRandom() % 256)})
+                {
+                    std::string sDamaged = sWhole;
+                    sDamaged[i] = static_cast<char>(nByte);
+                    const unsigned long nCode = StreamErrorOf([&] { Load(Format(3, "five"), sDamaged); });
+                    ASSERT_TRUE(nCode == 0 || nCode == 5000) << i << ' ' << nByte;
+                    nRefused += nCode != 0 ? 1 : 0;
+                }
+            }
+        }
+    }
+    EXPECT_GT(nRefused, 10);
 }

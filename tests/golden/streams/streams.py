@@ -19,7 +19,11 @@ nested = bytes.fromhex("00010000 41 01010000 42 FDFFFFFF 43 62 61")
 # the bits 1 0 1, then 0 eleven times and 1
 bits = bytes.fromhex("A0 02")
 
+# a format: F, the name "Unit", version 3, the numbers 1, -2 and 3, and the code "ABCD" of a variable without a value
+form = bytes.fromhex("46 04000000 556E6974 03000000 01000000 FEFFFFFF 03000000 41424344")
+
 open("values.stream", "wb").write(values)
 open("strings.stream", "wb").write(strings)
 open("nested.stream", "wb").write(nested)
 open("bits.stream", "wb").write(bits)
+open("format.stream", "wb").write(form)
