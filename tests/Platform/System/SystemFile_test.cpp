@@ -146,8 +146,6 @@ TEST(SystemDescriptor, RefusesWhatIsNoFile)
     for (const char* pMode : {"", "q", static_cast<const char*>(nullptr)})
         EXPECT_EQ(System::OpenDescriptor("a", pMode, oStatus), -1);
     EXPECT_FALSE(oDirectory.Has("a"));
-    EXPECT_FALSE(System::CloseDescriptor(-1));
-    EXPECT_FALSE(System::GetDescriptorStatus(-1, oStatus));
 }
 
 // ---------------------------------------------------------------- order and matching of names

@@ -182,7 +182,7 @@ int System::OpenDescriptor(const char* pPath, const char* pMode, sFileStatus& oS
     }
 
     const bool bUpdate = std::strchr(pMode, '+') != nullptr;
-    int nFlags = _O_BINARY | (bUpdate ? _O_RDWR : pMode[0] == 'r' ? _O_RDONLY : _O_WRONLY);
+    int nFlags = _O_BINARY | _O_NOINHERIT | (bUpdate ? _O_RDWR : pMode[0] == 'r' ? _O_RDONLY : _O_WRONLY);
     if (pMode[0] == 'w')
         nFlags |= _O_CREAT | _O_TRUNC;
     else if (pMode[0] == 'a')
