@@ -398,6 +398,20 @@ TEST(PropertyRecords, GoThroughTheOperationsOfAnotherFileClass)
         "\"long\"; 108; 2147483647; \"ulong\"; 76; -2; ");
 }
 
+TEST(PropertyRecords, MayBeLongerThanWhatIsHandedOverAtOnce)
+{
+    CVQPropertyManager oManager;
+    std::string sExpected = 'm' + Word(4);
+    for (const int nMebibytes : {9, 9, 17, 0})
+    {
+        const std::string sName = "name " + std::to_string(oManager.GetPropertyCount());
+        const int nLength = nMebibytes * 1024 * 1024 + 40;
+        oManager.SetProperty(sName.c_str(), CVQProperty(CVQString('x', nLength)));
+        sExpected += Text(sName) + Versioned(Record('s', Text(std::string(static_cast<std::size_t>(nLength), 'x'))));
+    }
+    EXPECT_TRUE(StoredBytes(oManager) == sExpected);
+}
+
 TEST(PropertyRecords, AreReadOneBehindTheOther)
 {
     // longer than the pieces that are read at once, and a text longer than those

@@ -739,6 +739,10 @@ TEST(VQProperty, AHostileFormatDoesNoHarm)
     }
     CVQProperty oText("t");
     EXPECT_TRUE(Formatted(oText, "%x%d%d%d%d%s%s%s%n").ends_with("111-1t%s%s%n"));
+    CVQProperty oLong(CVQString('x', 1024));
+    EXPECT_TRUE(Formatted(oLong, "%x %d %*d|").ends_with(" 1 %*d|")) << "its length is too large a width";
+    CVQProperty oWide(CVQString('x', 1000));
+    EXPECT_TRUE(Formatted(oWide, "%x %d %*d|").ends_with(std::string(996, ' ') + "1000|"));
 }
 
 TEST(VQProperty, AnyFormatIsTaken)
