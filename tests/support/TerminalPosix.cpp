@@ -52,8 +52,6 @@ constexpr std::chrono::seconds LIMIT{60};
         setpgid(0, 0);
     }
 
-    for (const int nSignal : {SIGINT, SIGQUIT}) // ignored where this runs in the background
-        std::signal(nSignal, SIG_DFL);
     execv(ppArguments[0], ppArguments);
     _exit(127);
 }
