@@ -47,13 +47,6 @@ void CVQBitStream::BeginRead() noexcept
     m_bReading = true;
 }
 
-/// Moves on behind the end; the last position stays, as the one behind it has no number.
-void CVQBitStream::SkipBit() noexcept
-{
-    if (GetPos() < MAX_POSITION)
-        Advance();
-}
-
 void CVQBitStream::Dump(CVQString& oText, int nBytes) const
 {
     const int nCount = nBytes == -1 ? GetSize() : std::min(nBytes, GetSize());

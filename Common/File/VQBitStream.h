@@ -84,15 +84,9 @@ public:
     /// Reads a bit and moves on. The bits of the last byte can all be read, in use or not; behind it all are false.
     void Read(bool& bValue) noexcept
     {
-        if (m_nByte >= GetSize())
-        {
-            bValue = false;
-            SkipBit();
-            return;
-        }
-
-        bValue = (unsigned{ByteAt(m_nByte)} << m_nBit & HIGHEST) != 0;
-        Advance();
+        bValue = m_nByte < GetSize() && (unsigned{ByteAt(m_nByte)} << m_nBit & HIGHEST) != 0;
+        if (m_nByte < GetSize() || GetPos() < MAX_POSITION) // behind the last position there is none
+            Advance();
     }
 
     /// Ends reading.
@@ -113,15 +107,13 @@ private:
     static constexpr unsigned HIGHEST = 0x80;
     static constexpr std::int32_t MAX_POSITION = std::numeric_limits<std::int32_t>::max();
 
-    // From a byte that is there; no jump, for the same reason.
+    // No jump, for the same reason.
     void Advance() noexcept
     {
         const auto nNext = static_cast<std::uint32_t>(m_nBit) + 1;
         m_nByte += static_cast<std::int32_t>(nNext / BITS);
         m_nBit = static_cast<std::int32_t>(nNext % BITS);
     }
-
-    void SkipBit() noexcept;
 
     std::int32_t m_nByte;
     std::int32_t m_nBit; // 0 to 7, from the highest
