@@ -15,24 +15,25 @@
 #include <Common/Profile/VQProfiler.h>
 #include <Common/Profile/VQTimer.h>
 
-/// The profiler, and what of the frame it takes for itself.
+#include <map>
+#include <optional>
+
+/// The profiler, and what of the frame it takes for itself, in percent.
 class CGameProfiler : public CVQProfiler
 {
 public:
-    /// Share of a region in the frame, in percent; 0 when there is no such region.
+    /// Share of a region; 0 when there is none of the name.
     double GetShare(const char* pRegion) const
     {
         const int nIndex = GetSampleIndexByName(pRegion);
         return nIndex != -1 ? static_cast<double>(GetSample(nIndex).m_fPercentage) : 0.0;
     }
 
-    /// Share of its own calls, whose cost it has measured, in percent.
+    /// Share of its own calls, of which each takes as long as it has measured before.
     double GetOwnShare() const
     {
-        const int nFrame = GetSampleIndexByName("MainLoop");
-        const double dPairs = static_cast<double>(GetRawSamples().size()) / 2;
-        return nFrame != -1 ? dPairs * m_nSampleOverhead / static_cast<double>(GetSample(nFrame).m_nTotalCycles) * 100
-                            : 0.0;
+        const auto dFrame = static_cast<double>(GetSample(GetSampleIndexByName("MainLoop")).m_nTotalCycles);
+        return static_cast<double>(GetRawSamples().size()) / 2 * m_nSampleOverhead / dFrame * 100;
     }
 };
 
@@ -48,10 +49,9 @@ public:
         s_pThis = this;
         HOOK_SetMessageBox(&OnMessageBox);
         Present(); // takes the size of the terminal
-        m_oTimer.DefineChannel(GAME_TIME, "game");
-        m_oTimer.DefineChannel(REAL_TIME, "real");
         for (const int nChannel : {GAME_TIME, REAL_TIME})
         {
+            m_oTimer.DefineChannel(nChannel, nChannel == GAME_TIME ? "game" : "real");
             m_oTimer.EnableFrameTime(nChannel);
             m_oTimer.Start(nChannel);
         }
@@ -64,24 +64,19 @@ public:
 
     ~CApplication() override { HOOK_SetMessageBox(nullptr); }
 
-    CApplication(const CApplication&) = delete;
-    CApplication& operator=(const CApplication&) = delete;
-
     /// The game until the player ends it.
     void Play()
     {
-        CGhost oGhost("lander");
-        m_pGhost = &oGhost;
-        if (oGhost.IsSecond())
+        m_oGhost.emplace("lander");
+        if (m_oGhost->IsSecond())
             Say(Text(textSecondPlayer));
         for (std::int64_t nPlayed = 0; !m_bQuit;)
         {
             m_oTimer.UpdateAll();
             const auto nDue = static_cast<std::int64_t>(m_oTimer.GetFrameTime(GAME_TIME) * TICKS_A_SECOND);
-            PlayFrame(static_cast<int>(std::clamp<std::int64_t>(nDue - nPlayed, 0, MOST_TICKS)));
+            PlayFrame(static_cast<int>(std::clamp<std::int64_t>(nDue - nPlayed, 0, TICKS_A_SECOND / 4)));
             nPlayed = nDue; // what a slow machine misses is not caught up
         }
-        m_pGhost = nullptr;
 
         if (m_bLost) // the player did not mean to end it
             SaveFlight();
@@ -109,7 +104,7 @@ protected:
             In("Console", [&] { m_oConsole.Draw(m_oScreen); });
             In("Present", [&] { Present(); });
         }
-        m_oConsole.EndFrame(GetFrameMilliseconds());
+        m_oConsole.EndFrame((m_oTimer.GetTime(REAL_TIME) - m_oTimer.GetFrameTime(REAL_TIME)) * 1000);
         if (m_nProfiled > 0 && --m_nProfiled == 0)
         {
             m_oProfiler.EndSession(true, true); // writes the report and opens it
@@ -124,6 +119,12 @@ protected:
             StartLevel(m_nLevel + (m_oGame.GetFlight().m_nState == flightLanded ? 1 : 0));
     }
 
+    void BeginProfile(const char* pName)
+    {
+        g_bVQProfilerEnabled = true;
+        m_oProfiler.BeginSession(pName);
+    }
+
     CTerminal* m_pTerminal;
     CScreen m_oScreen;
     CVQTimer m_oTimer;
@@ -134,14 +135,7 @@ protected:
     std::uint64_t m_nOutput = 0; // bytes
 
 private:
-    static constexpr std::uint32_t SEED = 1969;
-    static constexpr int MOST_TICKS = TICKS_A_SECOND / 4;
-    static constexpr int MESSAGE_FRAMES = 150;
-    static constexpr int PROFILED_FRAMES = 300;
-    static constexpr int GHOST_TICKS = 6;         // between two messages
-    static constexpr std::size_t MOST_KEYS = 256; // that are worth a frame; who leans on the keyboard loses the others
     static constexpr const char* SAVE_FILE = "lander.sav";
-    static constexpr const char* OLD_SAVE_FILE = "saves/old.sav"; // of an older version, to see that it still loads
 
     template <class TWork>
     static void In(const char* pRegion, TWork fnWork)
@@ -155,8 +149,7 @@ private:
         CLoader oLoader(m_oSettings.GetInt("Levels", 99));
         while (m_pTerminal != nullptr && !oLoader.IsDone() && !m_bQuit)
         {
-            std::string sName;
-            const float fProgress = oLoader.GetProgress(sName);
+            const auto [fProgress, sName] = oLoader.GetProgress();
             m_oPicture.DrawLoading(fProgress, sName);
             Present();
             WaitForFrame();
@@ -171,36 +164,25 @@ private:
 
     void StartLevel(std::int32_t nLevel)
     {
+        constexpr std::uint32_t SEED = 1969;
         m_nLevel = nLevel < static_cast<int>(m_oData.m_aLevels.size()) ? nLevel : 0;
-        m_oGame.Start(&m_oData.m_aLevels[static_cast<std::size_t>(m_nLevel)],
-                      SEED + static_cast<std::uint32_t>(m_nLevel));
+        const auto nIndex = static_cast<std::uint32_t>(m_nLevel);
+        m_oGame.Start(&m_oData.m_aLevels[nIndex], SEED + nIndex);
         CJournal::Report(ecMessage, "level " + std::to_string(m_nLevel + 1) + ": " + m_oGame.GetLevel().m_sName);
     }
 
-    double GetFrameMilliseconds() const
-    {
-        return (m_oTimer.GetTime(REAL_TIME) - m_oTimer.GetFrameTime(REAL_TIME)) * 1000;
-    }
-
-    // Frames are due at even distances; one that comes late moves all that follow.
+    // Frames are due at even distances; one that comes late moves all that follow. Keys are what is slept over.
     void WaitForFrame()
     {
-        constexpr auto FRAME = std::chrono::nanoseconds(std::chrono::seconds(1)) / TICKS_A_SECOND;
-        m_oDue = std::max(m_oDue + FRAME, std::chrono::steady_clock::now());
-        ReadKeys(m_oDue);
-    }
-
-    // Collects keys until then; they are what the program sleeps over.
-    void ReadKeys(std::chrono::steady_clock::time_point oEnd)
-    {
-        while (m_pTerminal != nullptr && !m_bQuit)
+        using namespace std::chrono;
+        constexpr std::size_t MOST_KEYS = 256; // who leans on the keyboard loses the others
+        m_oDue = std::max(m_oDue + nanoseconds(seconds(1)) / TICKS_A_SECOND, steady_clock::now());
+        for (milliseconds oLeft(1); m_pTerminal != nullptr && !m_bQuit && oLeft.count() > 0;)
         {
-            const auto oLeft = std::chrono::ceil<std::chrono::milliseconds>(oEnd - std::chrono::steady_clock::now());
-            m_bLost |= !m_pTerminal->ReadKeys(static_cast<int>(std::clamp<long long>(oLeft.count(), 0, 100)), m_aKeys);
-            m_bQuit |= m_bLost;
+            oLeft = ceil<milliseconds>(m_oDue - steady_clock::now());
+            if (!m_pTerminal->ReadKeys(static_cast<int>(std::clamp<long long>(oLeft.count(), 0, 100)), m_aKeys))
+                m_bLost = m_bQuit = true;
             m_aKeys.resize(std::min(m_aKeys.size(), MOST_KEYS));
-            if (oLeft.count() <= 0)
-                return;
         }
     }
 
@@ -221,63 +203,20 @@ private:
                 m_oConsole.Show(!CConsole::IsShown());
             else if (CConsole::IsShown())
                 m_oConsole.PressKey(nKey);
-            else
-                PressKey(nKey);
-        }
-    }
-
-    void PressKey(int nKey)
-    {
-        switch (nKey)
-        {
-        case keyUp:
-        case 'w':
-            return m_oGame.Throttle(1);
-        case keyDown:
-        case 's':
-            return m_oGame.Throttle(-1);
-        case keyLeft:
-        case 'a':
-            return m_oGame.Tilt(-1);
-        case keyRight:
-        case 'd':
-            return m_oGame.Tilt(1);
-        case ' ':
-            return m_oGame.Throttle(-CGame::MOST_THROTTLE);
-        case keyEnter:
-            return GoOn();
-        case 'p':
-            return m_oTimer.IsPaused(GAME_TIME) ? m_oTimer.Continue(GAME_TIME) : m_oTimer.Pause(GAME_TIME);
-        case 'g':
-            return UseLanguage((CTexts::GetLanguage() + 1) % CTexts::LANGUAGE_COUNT);
-        case 'x':
-            return SaveFlight();
-        case 'o':
-            return LoadFlight(SAVE_FILE);
-        case 'v':
-            return LoadFlight(OLD_SAVE_FILE);
-        case 'f':
-            return BeginProfile();
-        case 'b':
-            return VQ_ASSERT(m_oGame.GetFlight().m_nFuel < 0, "the key for a failed assertion");
-        case 'q':
-            m_bQuit = true;
-            return;
-        default:
-            return;
+            else if (const auto itKey = m_oKeys.find(nKey); itKey != m_oKeys.end())
+                itKey->second();
         }
     }
 
     void PlayTicks(int nTicks)
     {
-        const std::int32_t nState = m_oGame.GetFlight().m_nState;
+        const sFlight& o = m_oGame.GetFlight();
+        const std::int32_t nState = o.m_nState;
         for (int i = 0; i < nTicks; ++i)
             m_oGame.Tick();
-        const sFlight& o = m_oGame.GetFlight();
         if (o.m_nState == nState)
             return;
-        CJournal::Report(ecDump,
-                         "flight of " + std::to_string(o.m_nTick) + " ticks to " + std::to_string(o.m_nX / METRE));
+        CJournal::Report(ecDump, "flight of " + std::to_string(o.m_nTick) + " ticks");
         if (o.m_nState == flightLanded)
             CJournal::Report(ecGameMessage, "landed: score " + std::to_string(o.m_nScore));
         else
@@ -286,12 +225,18 @@ private:
 
     void TalkToGhost(int nTicks)
     {
-        if (m_pGhost == nullptr)
+        constexpr int BETWEEN = 6; // ticks from a message to the next
+        if (!m_oGhost)
             return;
+        m_nOtherAge = m_oGhost->Receive(m_oOther) ? 0 : m_nOtherAge + 1;
+        if (nTicks > 0 && m_oGame.GetFlight().m_nTick % BETWEEN < nTicks)
+            m_oGhost->Send(GetShip());
+    }
+
+    CGhost::sShip GetShip() const
+    {
         const sFlight& o = m_oGame.GetFlight();
-        m_nOtherAge = m_pGhost->Receive(m_oOther) ? 0 : m_nOtherAge + 1;
-        if (nTicks > 0 && o.m_nTick % GHOST_TICKS < nTicks)
-            m_pGhost->Send({m_nLevel, o.m_nX, o.m_nY, o.m_nTilt});
+        return {m_nLevel, o.m_nX, o.m_nY, o.m_nTilt};
     }
 
     void Draw()
@@ -300,11 +245,10 @@ private:
         m_oPicture.DrawGround(m_oGame.GetLevel());
         if (m_nOtherAge < TICKS_A_SECOND && m_oOther.m_nLevel == m_nLevel)
             m_oPicture.DrawShip(m_oOther, 0, colourGhost);
-        m_oPicture.DrawShip({m_nLevel, o.m_nX, o.m_nY, o.m_nTilt}, o.m_nThrottle,
-                            o.m_nState == flightCrashed ? colourBad : colourBright);
-        m_oPicture.DrawTexts(m_oGame, m_oTimer.GetFPS(REAL_TIME), m_oTimer.IsPaused(GAME_TIME), m_sMessage);
+        m_oPicture.DrawShip(GetShip(), o.m_nThrottle, o.m_nState == flightCrashed ? colourBad : colourBright);
         if (m_nMessage > 0 && --m_nMessage == 0)
             m_sMessage.clear();
+        m_oPicture.DrawTexts(m_oGame, m_oTimer.GetFPS(REAL_TIME), m_oTimer.IsPaused(GAME_TIME), m_sMessage);
     }
 
     void Present()
@@ -315,22 +259,22 @@ private:
         int nHeight = 40;
         if (m_pTerminal != nullptr)
         {
-            m_bLost |= !m_pTerminal->Write(sBytes);
-            m_bQuit |= m_bLost;
+            if (!m_pTerminal->Write(sBytes))
+                m_bLost = m_bQuit = true;
             m_pTerminal->GetSize(nWidth, nHeight);
         }
-        m_oScreen.SetSize(nWidth, nHeight, m_pTerminal != nullptr && m_pTerminal->TakeLost());
+        m_oScreen.SetSize(nWidth, nHeight, false);
     }
 
     void Say(const std::string& sText)
     {
         m_sMessage = sText;
-        m_nMessage = MESSAGE_FRAMES;
+        m_nMessage = 150; // frames
     }
 
     void UseLanguage(int nLanguage)
     {
-        CTexts::SetLanguage(nLanguage);
+        CTexts::SetLanguage(nLanguage % CTexts::LANGUAGE_COUNT);
         Say(Text(textLanguage));
     }
 
@@ -364,14 +308,6 @@ private:
         }
     }
 
-    void BeginProfile()
-    {
-        g_bVQProfilerEnabled = true;
-        m_oProfiler.BeginSession("lander");
-        m_nProfiled = PROFILED_FRAMES;
-        Say(Text(textProfiling));
-    }
-
     bool Interpret(const CVQString& oCommand) override
     {
         const int nBlank = oCommand.Find(' ');
@@ -379,8 +315,7 @@ private:
         const CVQString oValue = nBlank != -1 ? oCommand.Mid(nBlank + 1) : "";
         const int nLevel = oValue.ToInt(10);
         if (oWord == "gravity" && !oValue.IsEmpty())
-            m_oGame.Gravity() =
-                static_cast<std::int32_t>(std::lround(std::clamp(oValue.ToFloat(), 0.0F, 20.0F) * 1000));
+            m_oGame.Gravity() = static_cast<int>(std::lround(std::clamp(oValue.ToFloat(), 0.0F, 20.0F) * 1000));
         else if (oWord == "level" && nLevel >= 1 && nLevel <= static_cast<int>(m_oData.m_aLevels.size()))
             StartLevel(nLevel - 1);
         else if (oWord == "help")
@@ -396,40 +331,56 @@ private:
     // The game draws its own boxes: those of assertions, and those that the library shows.
     static eMessageBoxAnswer OnMessageBox(const char* pText, const char* pCaption, eMessageBoxKind nKind)
     {
-        CApplication& o = *s_pThis;
         const bool bAsks = nKind == mbkYesNoCancel;
-        while (o.m_pTerminal != nullptr && !o.m_bQuit)
+        const std::map<int, eMessageBoxAnswer> oAnswers =
+            bAsks ? std::map<int, eMessageBoxAnswer>{{'y', mbaYes}, {'n', mbaNo}, {'c', mbaCancel}}
+                  : std::map<int, eMessageBoxAnswer>{{keyEnter, mbaOk}, {keyEscape, mbaOk}};
+        for (CApplication& o = *s_pThis; o.m_pTerminal != nullptr && !o.m_bQuit; o.WaitForFrame())
         {
-            o.m_oPicture.DrawBox(pCaption, pText, bAsks ? textAnswers : textContinue);
-            o.Present();
-            o.WaitForFrame();
             while (!o.m_aKeys.empty())
             {
-                const int nKey = o.TakeKey();
-                if (!bAsks && (nKey == keyEnter || nKey == keyEscape))
-                    return mbaOk;
-                if (bAsks && nKey == 'y')
-                    return mbaYes;
-                if (bAsks && (nKey == 'n' || nKey == 'c'))
-                {
-                    CTerminal::Restore(); // either ends the program
-                    CJournal::End();
-                    return nKey == 'n' ? mbaNo : mbaCancel;
-                }
+                const auto itAnswer = oAnswers.find(o.TakeKey());
+                if (itAnswer == oAnswers.end())
+                    continue;
+                if (itAnswer->second == mbaNo || itAnswer->second == mbaCancel) // either ends the program
+                    CTerminal::Restore(), CJournal::End();
+                return itAnswer->second;
             }
+            o.m_oPicture.DrawBox(pCaption, pText, bAsks ? textAnswers : textContinue);
+            o.Present();
         }
         return bAsks ? mbaYes : mbaOk;
     }
 
     static inline CApplication* s_pThis = nullptr; // for the hook, which has no argument of ours
 
+    const std::map<int, std::function<void()>> m_oKeys = {
+        {'w', [this] { m_oGame.Throttle(1); }},
+        {'s', [this] { m_oGame.Throttle(-1); }},
+        {'a', [this] { m_oGame.Tilt(-1); }},
+        {'d', [this] { m_oGame.Tilt(1); }},
+        {keyUp, [this] { m_oGame.Throttle(1); }},
+        {keyDown, [this] { m_oGame.Throttle(-1); }},
+        {keyLeft, [this] { m_oGame.Tilt(-1); }},
+        {keyRight, [this] { m_oGame.Tilt(1); }},
+        {' ', [this] { m_oGame.Throttle(-CGame::MOST_THROTTLE); }},
+        {keyEnter, [this] { GoOn(); }},
+        {'p', [this] { m_oTimer.IsPaused(GAME_TIME) ? m_oTimer.Continue(GAME_TIME) : m_oTimer.Pause(GAME_TIME); }},
+        {'g', [this] { UseLanguage(CTexts::GetLanguage() + 1); }},
+        {'x', [this] { SaveFlight(); }},
+        {'o', [this] { LoadFlight(SAVE_FILE); }},
+        {'v', [this] { LoadFlight("saves/old.sav"); }}, // of an older version, to see that it still loads
+        {'f', [this] { BeginProfile("lander"), m_nProfiled = 300, Say(Text(textProfiling)); }},
+        {'b', [this] { VQ_ASSERT(m_oGame.GetFlight().m_nFuel < 0, "the key for a failed assertion"); }},
+        {'q', [this] { m_bQuit = true; }},
+    };
     CSettings m_oSettings;
     sGameData m_oData;
     CPicture m_oPicture{m_oScreen, m_oData.m_aShip};
     CConsole m_oConsole{m_oGame.Gravity(), m_oGame.Unbreakable(), [] { return Text(textLanguage); },
-                        [this](const CVQString&) { PressKey('g'); }};
+                        [this](const CVQString&) { UseLanguage(CTexts::GetLanguage() + 1); }};
     std::chrono::steady_clock::time_point m_oDue; // of the next frame
-    CGhost* m_pGhost = nullptr;
+    std::optional<CGhost> m_oGhost;
     CGhost::sShip m_oOther;
     int m_nOtherAge = 0;
     int m_nProfiled = 0; // frames until the report

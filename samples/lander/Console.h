@@ -17,6 +17,8 @@
 #include <array>
 #include <cmath>
 #include <functional>
+#include <map>
+#include <utility>
 
 /// A line of a page, "LABEL: VALUE", of which the game says how it shows itself and what it does with what is typed.
 class CControl : public CVQDebugStatisticsControl
@@ -54,9 +56,8 @@ private:
 class CRegion
 {
 public:
-    explicit CRegion(const char* pName) : m_pName(pName)
+    explicit CRegion(const char* pName) : m_oSample(pName), m_pName(pName)
     {
-        g_pFnBeginSample(pName);
         if (s_pLight != nullptr)
             s_pLight->SampleBegin(pName);
     }
@@ -65,15 +66,12 @@ public:
     {
         if (s_pLight != nullptr)
             s_pLight->SampleEnd(m_pName);
-        g_pFnEndSample();
     }
-
-    CRegion(const CRegion&) = delete;
-    CRegion& operator=(const CRegion&) = delete;
 
     static inline CVQProfilerOld* s_pLight = nullptr;
 
 private:
+    const CVQProfileSample m_oSample;
     const char* m_pName;
 };
 
@@ -109,9 +107,6 @@ public:
         delete m_oGame.GetSlot(0);                    // a separator is the caller's
     }
 
-    CConsole(const CConsole&) = delete;
-    CConsole& operator=(const CConsole&) = delete;
-
     static bool IsShown() { return CVQDebugStatistics::IsVisible(); }
 
     void Show(bool bShow)
@@ -123,12 +118,11 @@ public:
     /// Takes a key while it is shown.
     void PressKey(int nKey)
     {
-        constexpr std::pair<int, int> KEYS[] = {{keyLeft, dskPreviousPage},  {keyRight, dskNextPage},
-                                                {keyUp, dskPreviousControl}, {keyDown, dskNextControl},
-                                                {keyEnter, dskExecute},      {keyBackspace, dskBackspace}};
-        const auto* pFound = std::find_if(std::begin(KEYS), std::end(KEYS), [&](auto& o) { return o.first == nKey; });
-        if (pFound != std::end(KEYS))
-            CVQDebugStatistics::ProcessInput(pFound->second);
+        static const std::map<int, int> s_oKeys = {{keyLeft, dskPreviousPage},  {keyRight, dskNextPage},
+                                                   {keyUp, dskPreviousControl}, {keyDown, dskNextControl},
+                                                   {keyEnter, dskExecute},      {keyBackspace, dskBackspace}};
+        if (const auto itKey = s_oKeys.find(nKey); itKey != s_oKeys.end())
+            CVQDebugStatistics::ProcessInput(itKey->second);
         else if (nKey >= ' ' && nKey <= '~')
             CVQDebugStatistics::ProcessInput(nKey);
         m_bChanged = true; // the answer is seen at once
@@ -145,9 +139,8 @@ public:
 
     void EndFrame(double dMilliseconds)
     {
-        if (CRegion::s_pLight != nullptr)
+        if (std::exchange(CRegion::s_pLight, nullptr) != nullptr)
             m_oProfiler.End();
-        CRegion::s_pLight = nullptr;
         constexpr char HEIGHTS[] = " .:-=+*#";
         const double dHeight = std::clamp(dMilliseconds * 30 / 1000, 0.0, 1.0) * 7;
         m_sTimes[m_nFrame++ % TIMES] = HEIGHTS[static_cast<std::size_t>(dHeight)];

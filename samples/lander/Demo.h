@@ -32,8 +32,7 @@ public:
             if (nFrame == 0)
             {
                 dFirst = MillisecondsSince(oStart);
-                g_bVQProfilerEnabled = true;
-                m_oProfiler.BeginSession("lander --demo");
+                BeginProfile("lander --demo");
             }
             if (nFrame == std::min(nFrames, MOST_PROFILED) - 1)
                 m_oProfiler.EndSession(true, false);

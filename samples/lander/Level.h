@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -69,9 +70,9 @@ public:
             {
                 ReadStatement();
             }
-            catch (const sMistake& oMistake) // the rest of the line is skipped
+            catch (const std::runtime_error& oMistake) // the rest of the line is skipped
             {
-                Tell(oMistake.m_sWhat);
+                Tell(oMistake.what());
                 while (!IsLineEnd())
                     Next();
             }
@@ -84,11 +85,6 @@ public:
     }
 
 private:
-    struct sMistake
-    {
-        std::string m_sWhat;
-    };
-
     // Words of the language, which the analyzer gives as tokens of their own, numbered from FIRST_WORD on.
     static constexpr const char* WORDS[] = {"level",  "gravity", "wind",   "fuel", "ship",
                                             "ground", "pad",     "moving", "bonus"};
@@ -131,7 +127,7 @@ private:
             return;
         const int nWord = m_nToken - FIRST_WORD;
         if (nWord < 0 || m_nToken >= WORD_MOVING)
-            throw sMistake{"level, gravity, wind, fuel, ship, ground or pad is missing"};
+            throw std::runtime_error("level, gravity, wind, fuel, ship, ground or pad is missing");
         const std::string sWord = WORDS[nWord];
         if (sWord == "level")
         {
@@ -158,7 +154,7 @@ private:
             ReadPad();
         Next();
         if (!IsLineEnd())
-            throw sMistake{"the line should end here"};
+            throw std::runtime_error("the line should end here");
     }
 
     void ReadGround()
@@ -166,7 +162,7 @@ private:
         auto& aGround = m_oLevel.m_aGround;
         const std::int32_t nLeft = aGround.empty() ? 0 : aGround.back().m_nX + 1;
         if (nLeft > WORLD_WIDTH || aGround.size() == MOST_POINTS)
-            throw sMistake{"the ground has ended before"};
+            throw std::runtime_error("the ground has ended before");
         aGround.push_back(ReadPoint({nLeft, 0}, {WORLD_WIDTH, WORLD_HEIGHT}));
     }
 
@@ -182,7 +178,7 @@ private:
     void Expect(int nToken, const char* pText)
     {
         if (Next() != nToken)
-            throw sMistake{std::string(pText) + " is missing"};
+            throw std::runtime_error(std::string(pText) + " is missing");
     }
 
     std::int32_t ReadNumber(std::int32_t nLeast, std::int32_t nMost, std::int32_t nScale = 1)
@@ -192,12 +188,13 @@ private:
         if (bNegative)
             Next();
         if (m_nToken != CLexAnalyzer::TOKEN_INTEGER && m_nToken != CLexAnalyzer::TOKEN_FLOAT)
-            throw sMistake{"a number is missing"};
+            throw std::runtime_error("a number is missing");
         const double dValue = bNegative ? -m_oTokens.GetNumValue() : m_oTokens.GetNumValue();
         if (dValue >= nLeast && dValue <= nMost)
             return static_cast<std::int32_t>(std::lround(dValue * nScale));
         m_nPlace = nPlace;
-        throw sMistake{"the number should be from " + std::to_string(nLeast) + " to " + std::to_string(nMost)};
+        throw std::runtime_error("the number should be from " + std::to_string(nLeast) + " to " +
+                                 std::to_string(nMost));
     }
 
     std::int32_t ReadValue(std::int32_t nLeast, std::int32_t nMost, std::int32_t nScale)

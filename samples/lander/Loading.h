@@ -14,6 +14,8 @@
 #include <Common/ProcessControl/VQThread.h>
 
 #include <atomic>
+#include <exception>
+#include <utility>
 
 /// All that a game is played with.
 struct sGameData
@@ -32,7 +34,7 @@ public:
     /// @param nLevels  so many levels belong to the game
     explicit CLoader(int nLevels) : m_nLevels(nLevels)
     {
-        GetFound().m_aNames.clear();
+        s_aFound.clear();
         CVQFileScanner oScanner;
         oScanner.SetIncludeSubDirs(false);
         oScanner.AddScanDirectory((std::string(LOOSE_ROOT) + "/levels").c_str(), "*.lvl");
@@ -46,29 +48,25 @@ public:
     bool IsDone() const { return m_bDone; }
 
     /// How far it is, 0 to 1, and with what.
-    float GetProgress(std::string& sName) const
+    std::pair<float, std::string> GetProgress()
     {
         m_oLock.Enter();
-        const float fProgress = m_fProgress;
-        sName = m_sName;
+        const auto oProgress = m_oProgress;
         m_oLock.Leave();
-        return fProgress;
+        return oProgress;
     }
 
-    /// Waits for the end, and gives what was loaded.
-    ///
-    /// @throws std::runtime_error  what the thread met with
+    /// Waits for the end, and gives what was loaded, or throws what the thread met with.
     sGameData Take()
     {
         Stop(true, NO_LIMIT); // Run() does not look for the request: all is loaded
-        if (!m_sFailure.empty())
-            throw std::runtime_error(m_sFailure);
+        if (m_pFailure != nullptr)
+            std::rethrow_exception(m_pFailure);
         return std::move(m_oData);
     }
 
 private:
     static constexpr unsigned long NO_LIMIT = 0xFFFFFFFF;
-    static constexpr std::size_t MOST_USER_LEVELS = 90;
 
     unsigned long Run() override
     {
@@ -82,23 +80,24 @@ private:
             pGuard->EndLoadComponent();
 
             pGuard->BeginLoadComponent(0.4F, textLoadingLevels);
+            std::vector<std::string> aOwn;
             for (int i = 1; i <= m_nLevels; ++i)
-                LoadLevel(std::to_string(i) + ".lvl", m_nLevels);
+                aOwn.push_back(std::to_string(i) + ".lvl");
+            LoadLevels(aOwn);
             pGuard->EndLoadComponent();
 
             pGuard->BeginLoadComponent(0.4F, textLoadingUserLevels);
-            LoadUserLevels();
+            s_oScanned.Wait();
+            for (const std::string& sName : aOwn) // a loose file of this name has come in its place already
+                std::erase(s_aFound, sName);
+            LoadLevels(s_aFound);
             pGuard->EndLoadComponent();
             if (m_oData.m_aLevels.empty())
-                m_sFailure = m_oData.m_aErrors.empty() ? "there is no level" : m_oData.m_aErrors[0];
+                throw std::runtime_error(m_oData.m_aErrors.empty() ? "there is no level" : m_oData.m_aErrors[0]);
         }
-        catch (const CVQException& oError)
+        catch (...)
         {
-            m_sFailure = oError.GetErrorString();
-        }
-        catch (const std::exception& oError)
-        {
-            m_sFailure = oError.what();
+            m_pFailure = std::current_exception();
         }
         pGuard->EndLoading();
         pGuard->UnregisterWatch(this);
@@ -108,56 +107,29 @@ private:
 
     void LoadPictures()
     {
-        const std::string sText = CAssets::Read("pictures/ship.txt");
-        for (std::size_t nEnd = 0, nStart = 0; (nEnd = sText.find('\n', nStart)) != std::string::npos;
-             nStart = nEnd + 1)
-            m_oData.m_aShip.push_back(sText.substr(nStart, nEnd - nStart));
+        std::string sText = CAssets::Read("pictures/ship.txt");
+        for (std::size_t nEnd = 0; (nEnd = sText.find('\n')) != std::string::npos; sText.erase(0, nEnd + 1))
+            m_oData.m_aShip.push_back(sText.substr(0, nEnd));
     }
 
-    void LoadLevel(const std::string& sFile, int nCount)
+    void LoadLevels(const std::vector<std::string>& aNames)
     {
-        const std::string sName = "levels/" + sFile;
-        sLevel oLevel;
-        if (CLevelReader(sName, CAssets::Read(sName), m_oData.m_aErrors).Read(oLevel))
-            m_oData.m_aLevels.push_back(oLevel);
-        CVQLoadGuard::Instance()->LoadComponentCompleted(1.0F / static_cast<float>(nCount), nullptr);
+        for (const std::string& sName : aNames)
+        {
+            sLevel oLevel;
+            if (CLevelReader("levels/" + sName, CAssets::Read("levels/" + sName), m_oData.m_aErrors).Read(oLevel))
+                m_oData.m_aLevels.push_back(oLevel);
+            CVQLoadGuard::Instance()->LoadComponentCompleted(1.0F / static_cast<float>(aNames.size()), nullptr);
+        }
     }
 
-    // What lies under the name of one of the game's own has come in its place already.
-    void LoadUserLevels()
-    {
-        sFound& oFound = GetFound();
-        oFound.m_oFinished.Wait();
-        std::erase_if(oFound.m_aNames,
-                      [&](const std::string& sName)
-                      {
-                          const int nNumber = std::atoi(sName.c_str());
-                          return nNumber > 0 && nNumber <= m_nLevels && sName == std::to_string(nNumber) + ".lvl";
-                      });
-        for (const std::string& sName : oFound.m_aNames)
-            LoadLevel(sName, static_cast<int>(oFound.m_aNames.size()));
-    }
-
-    /// What the scanner's thread finds; the loading thread looks at it after the end.
-    struct sFound
-    {
-        CVQEvent m_oFinished;
-        std::vector<std::string> m_aNames;
-    };
-
-    static sFound& GetFound()
-    {
-        static sFound s_oFound;
-        return s_oFound;
-    }
-
+    // On the scanner's thread; the loading thread looks at what was found after the end.
     static void OnFile(eScannerMode nMode, sFileData* pData, unsigned long)
     {
-        sFound& oFound = GetFound();
-        if (nMode == eScannerFile && oFound.m_aNames.size() < MOST_USER_LEVELS)
-            oFound.m_aNames.emplace_back(~pData->m_oFileName);
+        if (nMode == eScannerFile && s_aFound.size() < 90)
+            s_aFound.emplace_back(~pData->m_oFileName);
         if (nMode == eScannerFinished || nMode == eScannerStopped)
-            oFound.m_oFinished.Signal();
+            s_oScanned.Signal();
     }
 
     void OnBeginLoading() override {}
@@ -165,18 +137,19 @@ private:
     void OnLoadProgress(float fProgress, const char* pName) override
     {
         m_oLock.Enter();
-        m_fProgress = fProgress;
-        m_sName = pName;
+        m_oProgress = {fProgress, pName};
         m_oLock.Leave();
     }
 
     void OnEndLoading() override {}
 
+    static inline CVQEvent s_oScanned;
+    static inline std::vector<std::string> s_aFound;
+
     const int m_nLevels;
     sGameData m_oData;
-    std::string m_sFailure;
+    std::exception_ptr m_pFailure;
     std::atomic<bool> m_bDone = false;
-    mutable CVQCriticalSection m_oLock; // of the two below
-    float m_fProgress = 0;
-    std::string m_sName;
+    CVQCriticalSection m_oLock; // of what comes next
+    std::pair<float, std::string> m_oProgress;
 };

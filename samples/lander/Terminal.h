@@ -43,9 +43,6 @@ public:
 
     void GetSize(int& nWidth, int& nHeight) const;
 
-    /// Whether the picture has been lost and must be drawn anew.
-    bool TakeLost();
-
     /// Writes all of it at once; false when the terminal is gone.
     bool Write(std::string_view sBytes);
 

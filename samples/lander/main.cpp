@@ -29,16 +29,9 @@ constexpr const char* HELP =
 
 struct sCommandLine
 {
-    std::string m_sHome;
+    std::string m_sHome, m_sPrint;
     int m_nDemo = 0;
-    const char* m_pPrint = nullptr;
 };
-
-int RefuseUse(const std::string& sWhy)
-{
-    std::fprintf(stderr, "lander: %s\n%s", sWhy.c_str(), USAGE);
-    return WRONG_USE;
-}
 
 /// Reads the command line; "" or what is wrong with it.
 std::string ReadCommandLine(const std::vector<std::string>& aArguments, sCommandLine& oLine)
@@ -48,25 +41,33 @@ std::string ReadCommandLine(const std::vector<std::string>& aArguments, sCommand
         const std::string& sOption = aArguments[i];
         const std::string sValue = i + 1 < aArguments.size() ? aArguments[i + 1] : "";
         if (sOption == "--help" || sOption == "-h")
-            oLine.m_pPrint = HELP;
+            oLine.m_sPrint = std::string(USAGE) + HELP;
         else if (sOption == "--version")
-            oLine.m_pPrint = "";
+            oLine.m_sPrint = "lander " COMMON_VERSION "\n";
         else if (sOption != "--home" && sOption != "--demo")
             return sOption + (sOption[0] == '-' ? ": unknown option" : ": too many arguments");
         else if (++i == aArguments.size() || sValue.empty())
             return sOption + ": a value is missing";
-        else if (sOption == "--home")
+        else if (const char* pEnd = sValue.data() + sValue.size(); sOption == "--home")
             oLine.m_sHome = sValue;
-        else if (std::from_chars(sValue.data(), sValue.data() + sValue.size(), oLine.m_nDemo).ptr !=
-                     sValue.data() + sValue.size() ||
-                 oLine.m_nDemo < 1 || oLine.m_nDemo > 36000)
+        else if (std::from_chars(sValue.data(), pEnd, oLine.m_nDemo).ptr != pEnd || oLine.m_nDemo < 1 ||
+                 oLine.m_nDemo > 36000)
             return sValue + ": not a number from 1 to 36000";
     }
     return "";
 }
 
+int Print(const std::string& sText)
+{
+    if (std::fputs(sText.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+        throw std::runtime_error("standard output: cannot be written");
+    return 0;
+}
+
 int Run(const sCommandLine& oLine, std::chrono::steady_clock::time_point oStart)
 {
+    if (!oLine.m_sPrint.empty())
+        return Print(oLine.m_sPrint);
     const std::string sHome = oLine.m_sHome.empty() ? GetProgramDirectory() : oLine.m_sHome;
     if (!sHome.empty() && DIR_Change(sHome.c_str()) != 1)
         throw std::runtime_error(sHome + ": no such directory");
@@ -74,13 +75,7 @@ int Run(const sCommandLine& oLine, std::chrono::steady_clock::time_point oStart)
     CAssets::Open();
     CTexts::Load();
     if (oLine.m_nDemo != 0)
-    {
-        const std::string sTable = CDemo().Play(oLine.m_nDemo, oStart);
-        if (std::fputs(sTable.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-            throw std::runtime_error("standard output: cannot be written");
-        return 0;
-    }
-
+        return Print(CDemo().Play(oLine.m_nDemo, oStart));
     if (!CTerminal::IsThere())
         throw std::runtime_error("there is no terminal; see --demo");
     CTerminal oTerminal;
@@ -95,9 +90,10 @@ int main(int nArguments, char** ppArguments)
     sCommandLine oLine;
     const std::string sWrong = ReadCommandLine({ppArguments + 1, ppArguments + nArguments}, oLine);
     if (!sWrong.empty())
-        return RefuseUse(sWrong);
-    if (oLine.m_pPrint != nullptr)
-        return std::printf("%s%s", *oLine.m_pPrint != '\0' ? USAGE : "lander " COMMON_VERSION "\n", oLine.m_pPrint) < 0;
+    {
+        std::fprintf(stderr, "lander: %s\n%s", sWrong.c_str(), USAGE);
+        return WRONG_USE;
+    }
 
     CJournal::Begin();
     int nResult = FAILED;

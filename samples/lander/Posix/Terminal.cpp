@@ -5,9 +5,9 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -18,30 +18,9 @@
 
 namespace
 {
-// another screen beside the one with the lines, no cursor; and back, with the colours as they were
-constexpr std::string_view ENTER = "\x1b[?1049h\x1b[?25l\x1b[2J";
-constexpr std::string_view LEAVE = "\x1b[0m\x1b[?25h\x1b[?1049l";
-
-constexpr int ENDING[] = {SIGINT, SIGTERM, SIGHUP};
-constexpr int CRASHING[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGQUIT};
-
 termios s_oBefore;
 volatile std::sig_atomic_t s_bEntered = 0;
 volatile std::sig_atomic_t s_nEndSignal = 0;
-volatile std::sig_atomic_t s_bLost = 0;
-
-void Enter()
-{
-    termios oRaw = s_oBefore;
-    oRaw.c_iflag &= ~static_cast<tcflag_t>(IXON | ICRNL | BRKINT | ISTRIP | INPCK);
-    oRaw.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON | IEXTEN);
-    oRaw.c_cc[VMIN] = 0;
-    oRaw.c_cc[VTIME] = 0;
-    tcsetattr(STDIN_FILENO, TCSANOW, &oRaw);
-    [[maybe_unused]] const auto nWritten = write(STDOUT_FILENO, ENTER.data(), ENTER.size());
-    s_bEntered = 1;
-    s_bLost = 1;
-}
 
 void OnEnding(int nSignal)
 {
@@ -53,18 +32,6 @@ void OnCrash(int nSignal)
 {
     CTerminal::Restore();
     raise(nSignal);
-}
-
-void OnStop(int)
-{
-    CTerminal::Restore();
-    raise(SIGSTOP); // comes back with SIGCONT
-}
-
-void OnContinue(int)
-{
-    if (s_bEntered == 0)
-        Enter();
 }
 
 void Handle(int nSignal, void (*pHandler)(int), int nFlags)
@@ -81,22 +48,26 @@ CTerminal::CTerminal()
 {
     if (tcgetattr(STDIN_FILENO, &s_oBefore) != 0)
         throw std::runtime_error("the terminal: cannot be set up");
-    for (const int nSignal : ENDING)
+    for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
         Handle(nSignal, &OnEnding, 0);
-    for (const int nSignal : CRASHING)
+    for (const int nSignal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGQUIT})
         Handle(nSignal, &OnCrash, static_cast<int>(SA_RESETHAND));
-    Handle(SIGTSTP, &OnStop, 0);
-    Handle(SIGCONT, &OnContinue, 0);
     Handle(SIGPIPE, SIG_IGN, 0);
     std::atexit(&CTerminal::Restore);
-    Enter();
+
+    termios oRaw = s_oBefore;
+    oRaw.c_iflag &= ~static_cast<tcflag_t>(IXON | ICRNL | BRKINT | ISTRIP | INPCK);
+    oRaw.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON | IEXTEN);
+    oRaw.c_cc[VMIN] = oRaw.c_cc[VTIME] = 0;
+    oRaw.c_cc[VSUSP] = _POSIX_VDISABLE; // a game is paused, not stopped with its picture left behind
+    tcsetattr(STDIN_FILENO, TCSANOW, &oRaw);
+    s_bEntered = 1;
+    Write("\x1b[?1049h\x1b[?25l\x1b[2J"); // another screen beside the one with the lines, and no cursor
 }
 
 CTerminal::~CTerminal()
 {
     Restore();
-    Handle(SIGCONT, SIG_DFL, 0);
-    Handle(SIGTSTP, SIG_DFL, 0);
 }
 
 bool CTerminal::IsThere()
@@ -109,10 +80,9 @@ void CTerminal::Restore()
     if (s_bEntered == 0)
         return;
     s_bEntered = 0;
-    const int nError = errno;
+    constexpr std::string_view LEAVE = "\x1b[0m\x1b[?25h\x1b[?1049l";
     [[maybe_unused]] const auto nWritten = write(STDOUT_FILENO, LEAVE.data(), LEAVE.size());
     tcsetattr(STDIN_FILENO, TCSANOW, &s_oBefore);
-    errno = nError;
 }
 
 void CTerminal::GetSize(int& nWidth, int& nHeight) const
@@ -121,13 +91,6 @@ void CTerminal::GetSize(int& nWidth, int& nHeight) const
     const bool bTold = ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) == 0 && oSize.ws_col != 0 && oSize.ws_row != 0;
     nWidth = bTold ? oSize.ws_col : 80;
     nHeight = bTold ? oSize.ws_row : 24;
-}
-
-bool CTerminal::TakeLost()
-{
-    const bool bLost = s_bLost != 0;
-    s_bLost = 0;
-    return bLost;
 }
 
 bool CTerminal::Write(std::string_view sBytes)
@@ -190,13 +153,8 @@ std::string GetProgramDirectory()
 
 std::size_t GetResidentMemory()
 {
-    unsigned long nAll = 0;
-    unsigned long nResident = 0;
-    if (FILE* pFile = std::fopen("/proc/self/statm", "r"))
-    {
-        if (std::fscanf(pFile, "%lu %lu", &nAll, &nResident) != 2)
-            nResident = 0;
-        std::fclose(pFile);
-    }
+    std::size_t nAll = 0;
+    std::size_t nResident = 0;
+    std::ifstream("/proc/self/statm") >> nAll >> nResident;
     return nResident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024;
 }

@@ -20,21 +20,12 @@
 
 namespace
 {
-constexpr std::string_view ENTER = "\x1b[?1049h\x1b[?25l\x1b[2J";
-constexpr std::string_view LEAVE = "\x1b[0m\x1b[?25h\x1b[?1049l";
-
 HANDLE s_hInput = nullptr;
 HANDLE s_hOutput = nullptr;
 DWORD s_nInputMode = 0;
 DWORD s_nOutputMode = 0;
 std::atomic<bool> s_bEntered = false;
 std::atomic<int> s_nEndSignal = 0;
-
-bool WriteAll(std::string_view sBytes)
-{
-    DWORD nWritten = 0;
-    return WriteFile(s_hOutput, sBytes.data(), static_cast<DWORD>(sBytes.size()), &nWritten, nullptr) != 0;
-}
 
 BOOL WINAPI OnControl(DWORD nEvent)
 {
@@ -50,27 +41,13 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS*)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-void OnAbort(int)
-{
-    CTerminal::Restore();
-}
-
 int ToKey(const KEY_EVENT_RECORD& oEvent)
 {
-    switch (oEvent.wVirtualKeyCode)
-    {
-    case VK_UP:
-        return keyUp;
-    case VK_DOWN:
-        return keyDown;
-    case VK_LEFT:
-        return keyLeft;
-    case VK_RIGHT:
-        return keyRight;
-    default:
-        const int nByte = static_cast<unsigned char>(oEvent.uChar.AsciiChar);
-        return nByte == '\r' ? keyEnter : nByte;
-    }
+    constexpr int ARROWS[] = {keyLeft, keyUp, keyRight, keyDown};
+    if (oEvent.wVirtualKeyCode >= VK_LEFT && oEvent.wVirtualKeyCode <= VK_DOWN)
+        return ARROWS[oEvent.wVirtualKeyCode - VK_LEFT];
+    const int nByte = static_cast<unsigned char>(oEvent.uChar.AsciiChar);
+    return nByte == '\r' ? keyEnter : nByte;
 }
 } // namespace
 
@@ -84,10 +61,10 @@ CTerminal::CTerminal()
     SetConsoleMode(s_hInput, ENABLE_PROCESSED_INPUT | ENABLE_WINDOW_INPUT);
     SetConsoleCtrlHandler(&OnControl, TRUE);
     SetUnhandledExceptionFilter(&OnCrash);
-    std::signal(SIGABRT, &OnAbort);
+    std::signal(SIGABRT, [](int) { CTerminal::Restore(); });
     std::atexit(&CTerminal::Restore);
     s_bEntered = true;
-    WriteAll(ENTER);
+    Write("\x1b[?1049h\x1b[?25l\x1b[2J"); // another screen beside the one with the lines, and no cursor
 }
 
 CTerminal::~CTerminal()
@@ -104,9 +81,11 @@ bool CTerminal::IsThere()
 
 void CTerminal::Restore()
 {
+    constexpr std::string_view LEAVE = "\x1b[0m\x1b[?25h\x1b[?1049l";
     if (!s_bEntered.exchange(false))
         return;
-    WriteAll(LEAVE);
+    DWORD nWritten = 0;
+    WriteFile(s_hOutput, LEAVE.data(), static_cast<DWORD>(LEAVE.size()), &nWritten, nullptr);
     SetConsoleMode(s_hInput, s_nInputMode);
     SetConsoleMode(s_hOutput, s_nOutputMode);
 }
@@ -119,14 +98,10 @@ void CTerminal::GetSize(int& nWidth, int& nHeight) const
     nHeight = bTold ? oInfo.srWindow.Bottom - oInfo.srWindow.Top + 1 : 24;
 }
 
-bool CTerminal::TakeLost()
-{
-    return false;
-}
-
 bool CTerminal::Write(std::string_view sBytes)
 {
-    return !s_bEntered || WriteAll(sBytes);
+    DWORD nWritten = 0;
+    return !s_bEntered || WriteFile(s_hOutput, sBytes.data(), static_cast<DWORD>(sBytes.size()), &nWritten, nullptr);
 }
 
 bool CTerminal::ReadKeys(int nMilliseconds, std::vector<int>& aKeys)
