@@ -4,6 +4,7 @@
 #include <Common/DebugStatistics/VQDebugStatisticsInterpreter.h>
 
 #include <algorithm>
+#include <cstddef>
 
 namespace
 {
@@ -59,10 +60,13 @@ void CVQDebugStatistics::RemoveControl(CVQDebugStatisticsControl* pControl)
 
 CVQDebugStatisticsControl* CVQDebugStatistics::FindControl(const char* pLabel)
 {
-    const auto pFound =
-        std::find_if(m_oControls.begin(), m_oControls.end(),
-                     [pLabel](auto* pControl) { return pControl != nullptr && pControl->HasLabel(pLabel); });
-    return pFound != m_oControls.end() ? *pFound : nullptr;
+    for (std::size_t i = 0; i < m_oControls.size(); ++i) // not by iterator: a control may add or remove controls
+    {
+        auto* pControl = m_oControls[i];
+        if (pControl != nullptr && pControl->HasLabel(pLabel))
+            return pControl;
+    }
+    return nullptr;
 }
 
 CVQDebugStatisticsControl* CVQDebugStatistics::GetCurrentControl()

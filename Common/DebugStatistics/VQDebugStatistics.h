@@ -88,7 +88,7 @@ public:
     /// as that holds fewer than 64 bytes.
     ///
     /// With dskExecute the interpreter gets the command line, an empty one too; when there is none, or it does not know
-    /// the command, the current page does. The command line is emptied afterwards.
+    /// the command, the current page does. The command line is emptied afterwards, and stays when one of them throws.
     static void ProcessInput(int nKey);
 
 private:

@@ -6,6 +6,24 @@
 namespace
 {
 constexpr long SLOTS = 0x100000; // a wrong number costs megabytes at worst
+constexpr int NESTED_PAGES = 1000;
+
+/// Counts the pages that are at work inside each other. A page that is among its own children would have no end.
+class CNesting
+{
+public:
+    CNesting() { ++t_nPages; }
+
+    ~CNesting() { --t_nPages; }
+
+    CNesting(const CNesting&) = delete;
+    CNesting& operator=(const CNesting&) = delete;
+
+    static bool IsTooDeep() { return t_nPages > NESTED_PAGES; }
+
+private:
+    static inline constinit thread_local int t_nPages = 0;
+};
 } // namespace
 
 CVQDebugStatisticsPage::CVQDebugStatisticsPage(const char* pLabel) : CVQDebugStatisticsControl(pLabel, nullptr)
@@ -17,13 +35,18 @@ CVQDebugStatisticsPage::~CVQDebugStatisticsPage() = default;
 
 void CVQDebugStatisticsPage::SetValueFromString(const CVQString& oText)
 {
+    const CNesting oNesting;
+    if (CNesting::IsTooDeep())
+        return;
+
     if (auto* pCurrent = GetCurrentControl())
         pCurrent->SetValueFromString(oText);
 }
 
 int CVQDebugStatisticsPage::Print(char*& pBuffer, int& nRemaining)
 {
-    if (nRemaining <= 0)
+    const CNesting oNesting;
+    if (nRemaining <= 0 || pBuffer == nullptr || CNesting::IsTooDeep())
         return 0;
 
     int nWritten = CopyText(GetLabel(), pBuffer, nRemaining);

@@ -20,6 +20,9 @@
 ///
 /// A page also has numbered slots, for what finds its control again by a number; the library fills them only in
 /// VQDebugSeparator(). The controls in them are not owned. A copy shares the children and is not known to the console.
+///
+/// Pages may be children of pages, 1,000 inside each other; below that nothing is printed and no text passed on, so a
+/// page that is its own child does no harm.
 class COMMON_API CVQDebugStatisticsPage : public CVQDebugStatisticsControl
 {
 public:
@@ -39,9 +42,10 @@ public:
     void SetValueFromString(const CVQString& oText) override;
 
     /// Writes "%s:\n\n" with the label, then for each child that is not null "> " or, when it is not the current one,
-    /// two blanks, and what the child prints.
+    /// two blanks, and what the child prints. A child may add and remove children meanwhile, itself too; the one that
+    /// moves up into the place of a child that left is printed the next time.
     ///
-    /// @return bytes written, those of the children included; 0 at once when there is no room
+    /// @return bytes written, those of the children included; 0 at once when there is no room or no buffer
     int Print(char*& pBuffer, int& nRemaining) override;
 
     /// Puts a control into a slot, in place of the one that is there.

@@ -1,6 +1,7 @@
 #include <Common/Loading/VQLoadGuard.h>
 
 #include <algorithm>
+#include <cmath>
 #include <tuple>
 
 namespace
@@ -16,6 +17,62 @@ const char* TextIfLoaded(const CVQString& oText)
 {
     return oText.HasStringId() ? oText.GetString() : nullptr;
 }
+
+const char* TextOf(const CVQString& oName)
+{
+    return oName.GetString() != nullptr ? oName.GetString() : "";
+}
+
+/// Zero where that is not a number, so that nonsense from one caller does not stay in the progress.
+float ShareOf(float fWhole, float fShare)
+{
+    const float fProduct = fShare * fWhole;
+    return std::isnan(fProduct) ? 0.0f : fProduct;
+}
+
+/// A guard at work on its watches. Those of a thread form a chain.
+struct sTelling
+{
+    const IVQLoadGuardWatch* pGuard;
+    const IVQLoadGuardWatch* pTold; ///< the watch that is being told
+    const sTelling* pOuter;
+};
+
+constinit thread_local const sTelling* t_pInnermost = nullptr;
+
+/// Whether it is this guard's own news that other guards, each told by the one before, bring back to it.
+bool HasComeAround(const IVQLoadGuardWatch* pGuard)
+{
+    const auto* pTold = pGuard;
+    for (const auto* pTelling = t_pInnermost; pTelling != nullptr && pTelling->pTold == pTold;
+         pTelling = pTelling->pOuter)
+    {
+        pTold = pTelling->pGuard;
+        if (pTold == pGuard)
+            return true;
+    }
+    return false;
+}
+
+/// Keeps its link in the chain as long as it lives, so that a watch may throw.
+class CTelling
+{
+public:
+    explicit CTelling(const IVQLoadGuardWatch* pGuard) : m_oLink{pGuard, nullptr, t_pInnermost}
+    {
+        t_pInnermost = &m_oLink;
+    }
+
+    ~CTelling() { t_pInnermost = m_oLink.pOuter; }
+
+    CTelling(const CTelling&) = delete;
+    CTelling& operator=(const CTelling&) = delete;
+
+    void SetTold(const IVQLoadGuardWatch* pWatch) { m_oLink.pTold = pWatch; }
+
+private:
+    sTelling m_oLink;
+};
 } // namespace
 
 CVQLoadGuard CVQLoadGuard::s_oInstance;
@@ -39,8 +96,7 @@ void CVQLoadGuard::OnBeginLoading()
 
 void CVQLoadGuard::OnLoadProgress(float fProgress, const char* /*pName*/)
 {
-    TellWatches([this, fProgress](IVQLoadGuardWatch& oWatch)
-                { oWatch.OnLoadProgress(fProgress, m_oName.GetString() != nullptr ? m_oName.GetString() : ""); });
+    TellWatches([this, fProgress](IVQLoadGuardWatch& oWatch) { oWatch.OnLoadProgress(fProgress, TextOf(m_oName)); });
 }
 
 void CVQLoadGuard::OnEndLoading()
@@ -78,7 +134,7 @@ void CVQLoadGuard::BeginLoadComponent(float fWeight, const char* pName)
         m_oName = pName;
 
     Push(m_fScale, m_fEnd);
-    m_fScale *= fWeight;
+    m_fScale = ShareOf(m_fScale, fWeight);
     ++m_nDepth;
     m_fEnd = m_fProgress + m_fScale;
 }
@@ -93,17 +149,17 @@ void CVQLoadGuard::LoadComponentCompleted(float fFraction, const char* pName)
     if (pName != nullptr)
         m_oName = pName;
 
-    m_fProgress += fFraction * m_fScale;
+    m_fProgress += ShareOf(m_fScale, fFraction);
     if (m_fProgress >= m_fEnd)
         m_fProgress = m_fEnd;
-    OnLoadProgress(m_fProgress, m_oName);
+    OnLoadProgress(m_fProgress, TextOf(m_oName));
 }
 
 void CVQLoadGuard::EndLoadComponent()
 {
     m_fProgress = m_fEnd;
     --m_nDepth;
-    OnLoadProgress(m_fProgress, m_oName);
+    OnLoadProgress(m_fProgress, TextOf(m_oName));
     Pop(m_fScale, m_fEnd);
 }
 
@@ -149,11 +205,17 @@ void CVQLoadGuard::Pop(float& fScale, float& fEnd)
 template <class TTell>
 void CVQLoadGuard::TellWatches(TTell Tell)
 {
-    if (!HasWatches())
+    if (!HasWatches() || HasComeAround(this))
         return;
 
+    CTelling oTelling(this);
     const auto oWatches = m_oWatches; // a watch may register and unregister watches meanwhile
     for (auto* pWatch : oWatches)
-        if (std::find(m_oWatches.begin(), m_oWatches.end(), pWatch) != m_oWatches.end())
-            Tell(*pWatch);
+    {
+        if (std::find(m_oWatches.begin(), m_oWatches.end(), pWatch) == m_oWatches.end())
+            continue;
+
+        oTelling.SetTold(pWatch);
+        Tell(*pWatch);
+    }
 }

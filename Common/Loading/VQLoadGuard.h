@@ -25,18 +25,19 @@
 ///     pGuard->EndLoadComponent();                               // 0.5, whatever was reported
 ///
 ///     pGuard->BeginLoadComponent(0.5f, "level");                // 0.5 to 1
-///     LoadLevel();                                              // may have components of its own, of 0 to 1 of this
-///     one pGuard->EndLoadComponent();
+///     LoadLevel();                                              // may have components of its own within this one
+///     pGuard->EndLoadComponent();
 ///
 ///     pGuard->EndLoading();
 ///     pGuard->UnregisterWatch(&oScreen);
 ///
-/// Weights and fractions are the caller's to get right: they are not checked. A name is kept until there is another; a
-/// null name changes nothing. Where a name is given by number, it is the localised text of that number.
+/// Weights and fractions are the caller's to get right: they are not held to 0 to 1, so a negative one moves back. One
+/// that is not a number counts as 0. A name is kept until there is another; a null name changes nothing. Where a name
+/// is given by number, it is the localised text of that number.
 ///
-/// The guard is a watch itself, so one guard can watch another. It does not own its watches. A watch may register and
-/// unregister watches, itself too, while it is told something: one that is taken out is not told any more, one that is
-/// new is told from the next time on.
+/// The guard is a watch itself, so one guard can watch another; where guards watch each other in a circle, each passes
+/// the news on once. It does not own its watches. A watch may register and unregister watches, itself too, while it is
+/// told something: one that is taken out is not told any more, one that is new is told from the next time on.
 ///
 /// There are no locks: a guard belongs to the thread that loads, and its watches are called there.
 class COMMON_API CVQLoadGuard : public IVQLoadGuardWatch

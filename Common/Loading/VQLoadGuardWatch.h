@@ -15,7 +15,7 @@ public:
     ///
     /// @param fProgress  0 to 1
     /// @param pName      name of the component that was loaded last, "" as long as none had one; never null, valid
-    ///                   during the call
+    ///                   during the call, as long as that does not give the guard another name
     virtual void OnLoadProgress(float fProgress, const char* pName) = 0;
 
     /// The loading has ended.

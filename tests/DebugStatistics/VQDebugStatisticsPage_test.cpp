@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <deque>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -255,4 +257,125 @@ TEST_F(VQDebugStatisticsPage, HasNoSlotsOutOfRange)
     }
     oPage.OccupySlot(0xFFFFF, &oA);
     EXPECT_EQ(oPage.GetSlot(0xFFFFF), &oA);
+}
+
+TEST_F(VQDebugStatisticsPage, PrintsALongLabelWhole)
+{
+    const std::string sLabel(5000, '%');
+    CVQDebugStatisticsPage oPage(sLabel.c_str());
+    EXPECT_EQ(PrintedBy(oPage, 10000), sLabel + ":\n\n");
+}
+
+TEST_F(VQDebugStatisticsPage, PrintsPagesInsideOfItLikeAnyChild)
+{
+    CVQDebugStatisticsPage oPage("outer");
+    CVQDebugStatisticsPage oInner("inner");
+    CPrintControl oA("a\n");
+    CPrintControl oB("b\n");
+    oInner.AddChild(&oA);
+    oPage.AddChild(&oInner);
+    oPage.AddChild(&oB);
+    EXPECT_EQ(PrintedBy(oPage), "outer:\n\n> inner:\n\n> a\n  b\n");
+    oPage.SetValueFromString("7");
+    EXPECT_EQ(oA.m_oValues, std::vector<std::string>{"7"});
+}
+
+TEST_F(VQDebugStatisticsPage, NestsAThousandDeep)
+{
+    std::deque<CVQDebugStatisticsPage> oPages;
+    for (int i = 0; i < 100'000; ++i)
+    {
+        oPages.emplace_back("p");
+        if (i > 0)
+            oPages[static_cast<std::size_t>(i - 1)].AddChild(&oPages.back());
+    }
+    std::string sExpected;
+    for (int i = 0; i < 1000; ++i)
+        sExpected += "p:\n\n> ";
+    EXPECT_EQ(PrintedBy(oPages.front(), 1'000'000), sExpected);
+
+    CPrintControl oLast("last");
+    CPrintControl oTooDeep("too deep");
+    oPages[1000].AddChild(&oTooDeep);
+    oPages[999].RemoveChild(&oPages[1000]);
+    oPages[999].AddChild(&oLast);
+    oPages.front().SetValueFromString("7");
+    EXPECT_EQ(oLast.m_oValues, std::vector<std::string>{"7"});
+
+    oPages[999].RemoveChild(&oLast);
+    oPages[999].AddChild(&oPages[1000]);
+    oPages[1000].RemoveChild(&oPages[1001]);
+    oPages[1000].FocusNextChild();
+    ASSERT_EQ(oPages[1000].GetCurrentControl(), &oTooDeep);
+    oPages.front().SetValueFromString("8");
+    EXPECT_TRUE(oTooDeep.m_oValues.empty());
+    oPages[1].SetValueFromString("9"); // the depth counts from where it begins
+    EXPECT_EQ(oTooDeep.m_oValues, std::vector<std::string>{"9"});
+}
+
+TEST_F(VQDebugStatisticsPage, EndsWithAnyRoomWhenItIsItsOwnChild)
+{
+    CVQDebugStatisticsPage oPage("W");
+    oPage.AddChild(&oPage);
+    oPage.AddChild(&oPage);
+    oPage.SetValueFromString("7");
+    EXPECT_EQ(PrintedBy(oPage, 100'000).size(), 100'000u);
+    EXPECT_EQ(PrintedBy(oPage, 15), "W:\n\n> W:\n\n> W:\n");
+}
+
+TEST_F(VQDebugStatisticsPage, PrintsNothingIntoNoBuffer)
+{
+    CVQDebugStatisticsPage oPage("World");
+    CPrintControl oA("a\n");
+    oPage.AddChild(&oA);
+    oPage.AddChild(&oPage);
+    char* pNone = nullptr;
+    int nRemaining = 100;
+    EXPECT_EQ(oPage.Print(pNone, nRemaining), 0);
+    EXPECT_EQ(nRemaining, 100);
+    EXPECT_TRUE(oA.m_oRooms.empty());
+}
+
+TEST_F(VQDebugStatisticsPage, GoesOnAfterAChildThatThrows)
+{
+    class CThrower : public CVQDebugStatisticsControl
+    {
+    public:
+        CThrower() : CVQDebugStatisticsControl(nullptr, nullptr) {}
+
+        int Print(char*&, int&) override { throw std::runtime_error("print"); }
+
+        void SetValueFromString(const CVQString&) override { throw std::runtime_error("value"); }
+    };
+
+    CVQDebugStatisticsPage oPage("World");
+    CThrower oThrower;
+    oPage.AddChild(&oThrower);
+    for (int i = 0; i < 2000; ++i) // more often than pages can be nested
+    {
+        EXPECT_THROW(PrintedBy(oPage), std::runtime_error);
+        EXPECT_THROW(oPage.SetValueFromString("7"), std::runtime_error);
+    }
+    oPage.RemoveChild(&oThrower);
+    EXPECT_EQ(PrintedBy(oPage), "World:\n\n");
+}
+
+TEST_F(VQDebugStatisticsPage, LetsAChildLeaveWhileItTakesAValue)
+{
+    class CLeaver : public CVQDebugStatisticsControl
+    {
+    public:
+        using CVQDebugStatisticsControl::CVQDebugStatisticsControl;
+
+        void SetValueFromString(const CVQString&) override
+        {
+            GetParent()->RemoveChild(this);
+            delete this;
+        }
+    };
+
+    CVQDebugStatisticsPage oPage("World");
+    oPage.AddChild(new CLeaver(nullptr, &oPage));
+    CVQDebugStatistics::ProcessInput(dskExecute);
+    EXPECT_EQ(PrintedBy(oPage), "World:\n\n");
 }

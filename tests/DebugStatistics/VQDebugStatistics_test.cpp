@@ -575,3 +575,96 @@ TEST_F(VQDebugStatisticsInterpreter, MayChangeTheCommandLineAndTheConsole)
     EXPECT_EQ(EntryBuffer(), "");
     EXPECT_TRUE(oPage.m_oValues.empty()); // it had gone by then
 }
+
+TEST_F(VQDebugStatisticsInterpreter, LeavesTheCommandLineWhenItThrows)
+{
+    class CThrower : public IVQDebugStatisticsInterpreter
+    {
+    public:
+        bool Interpret(const CVQString&) override { throw std::runtime_error("no such level"); }
+    };
+
+    CThrower oThrower;
+    Type("level 9");
+    EXPECT_THROW(Console::ProcessInput(5), std::runtime_error);
+    EXPECT_EQ(EntryBuffer(), "level 9");
+}
+
+TEST_F(VQDebugStatisticsInterpreter, MayEndWhileItExecutes)
+{
+    class CLast : public IVQDebugStatisticsInterpreter
+    {
+    public:
+        bool Interpret(const CVQString&) override
+        {
+            delete this;
+            return false;
+        }
+    };
+
+    CRecordingPage oPage("World");
+    auto* pLast = new CLast;
+    EXPECT_EQ(Console::m_pInterpreter, pLast);
+    Type("bye\x05");
+    EXPECT_EQ(Console::m_pInterpreter, nullptr);
+    EXPECT_EQ(oPage.m_oValues, std::vector<std::string>{"bye"});
+}
+
+TEST_F(VQDebugStatistics, PrintsTheCommandLineUpToAZero)
+{
+    Type("ab");
+    Console::ProcessInput(256); // one byte of that is a zero
+    Type("c");
+    EXPECT_EQ(Console::m_oEntryBuffer.GetLength(), 4);
+    EXPECT_EQ(Printed(), "> ab_\n\n");
+}
+
+TEST_F(VQDebugStatistics, AsksEachControlForItsLabelAndLetsItChangeTheConsole)
+{
+    class CAliased : public CVQDebugStatisticsControl
+    {
+    public:
+        CAliased() : CVQDebugStatisticsControl("World", nullptr) {}
+
+        bool HasLabel(const char* pLabel) override
+        {
+            for (int i = 0; i < 100; ++i)
+                Console::AddControl(nullptr);
+            return std::string_view(pLabel) == "alias";
+        }
+    };
+
+    CAliased oAliased;
+    CPrintControl oOther("x");
+    oOther.SetLabel("Sound");
+    Console::AddControl(&oAliased);
+    Console::AddControl(&oOther);
+    EXPECT_EQ(Console::FindControl("alias"), &oAliased);
+    EXPECT_EQ(Console::FindControl("Sound"), &oOther);
+    EXPECT_EQ(Console::FindControl("World"), nullptr);
+}
+
+TEST_F(VQDebugStatistics, LetsAPageLeaveWhileItPrintsAndTakesKeys)
+{
+    class CLeaver : public CVQDebugStatisticsControl
+    {
+    public:
+        CLeaver() : CVQDebugStatisticsControl("leaver", nullptr) { Console::AddControl(this); }
+
+        int Print(char*& pBuffer, int& nRemaining) override
+        {
+            Console::RemoveControl(this);
+            return CopyText("bye\n", pBuffer, nRemaining);
+        }
+
+        void FocusNextChild() override { Console::RemoveControl(this); }
+    };
+
+    CLeaver oLeaver;
+    EXPECT_EQ(Printed(), "> _\n\nbye\n");
+    EXPECT_EQ(Printed(), "> _\n\n");
+    Console::AddControl(&oLeaver);
+    Type("\x04\x04");
+    EXPECT_TRUE(Console::m_oControls.empty());
+    EXPECT_EQ(Console::m_lCurrentControl, -1);
+}

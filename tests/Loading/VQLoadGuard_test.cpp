@@ -8,6 +8,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -580,4 +581,212 @@ TEST(VQLoadGuard, TellsAWatchThatIsRegisteredMeanwhileFromTheNextTimeOn)
     oGuard.BeginLoading();
     oGuard.EndLoading();
     EXPECT_EQ(oCalls, (Calls{"1 begin", "1 end", "2 end"}));
+}
+
+TEST(VQLoadGuard, TellsThroughItsOwnVirtualOperations)
+{
+    class CGuard : public CVQLoadGuard
+    {
+    public:
+        void OnBeginLoading() override { m_oCalls.emplace_back("begin"); }
+
+        void OnLoadProgress(float fProgress, const char* pName) override
+        {
+            m_oReports.emplace_back(fProgress, pName != nullptr ? pName : "(null)");
+            m_oCalls.emplace_back("progress");
+        }
+
+        void OnEndLoading() override { m_oCalls.emplace_back("end"); }
+
+        Calls m_oCalls;
+        std::vector<Report> m_oReports;
+    };
+
+    CGuard oGuard; // has no watches: asking for them is up to the operations of the base
+    oGuard.BeginLoading();
+    oGuard.LoadComponentCompleted(0.25f, nullptr);
+    oGuard.BeginLoadComponent(0.5f, "a");
+    oGuard.LoadComponentCompleted(0.5f, nullptr);
+    oGuard.EndLoadComponent();
+    oGuard.EndLoading();
+    EXPECT_EQ(oGuard.m_oCalls, (Calls{"begin", "progress", "progress", "progress", "end"}));
+    EXPECT_EQ(oGuard.m_oReports, (std::vector<Report>{{0.25f, ""}, {0.5f, "a"}, {0.75f, "a"}}));
+}
+
+TEST(VQLoadGuard, AsksWhetherItHasWatches)
+{
+    class CGuard : public CVQLoadGuard
+    {
+    public:
+        bool HasWatches() const override { return false; }
+    };
+
+    CGuard oGuard;
+    CWatch oWatch;
+    oGuard.RegisterWatch(&oWatch);
+    oGuard.BeginLoading();
+    oGuard.LoadComponentCompleted(0.5f, "a");
+    oGuard.EndLoading();
+    EXPECT_TRUE(oWatch.m_oCalls.empty());
+}
+
+TEST(VQLoadGuard, CountsWhatIsNotANumberAsNothing)
+{
+    const float fNone = std::numeric_limits<float>::quiet_NaN();
+    sLoading oLoading;
+    auto& oGuard = oLoading.oGuard;
+    oGuard.LoadComponentCompleted(0.25f, nullptr);
+    oGuard.LoadComponentCompleted(fNone, nullptr);
+    EXPECT_EQ(oGuard.GetProgress(), 0.25f);
+
+    oGuard.BeginLoadComponent(fNone, nullptr);
+    oGuard.LoadComponentCompleted(0.5f, nullptr);
+    EXPECT_EQ(oGuard.GetProgress(), 0.25f);
+    oGuard.EndLoadComponent();
+    EXPECT_EQ(oGuard.GetProgress(), 0.25f);
+
+    oGuard.BeginLoadComponent(0.0f, nullptr); // infinitely much of nothing
+    oGuard.LoadComponentCompleted(std::numeric_limits<float>::infinity(), nullptr);
+    EXPECT_EQ(oGuard.GetProgress(), 0.25f);
+    oGuard.BeginLoadComponent(std::numeric_limits<float>::infinity(), nullptr);
+    oGuard.EndLoadComponent();
+    EXPECT_EQ(oGuard.GetProgress(), 0.25f);
+}
+
+TEST(VQLoadGuard, CalculatesWithAnyWeight)
+{
+    struct
+    {
+        float fWeight;
+        float fFraction;
+        float fProgress; // from 0.5
+        float fEnd;
+    } const aCases[] = {
+        {0.0f, 0.5f, 0.5f, 0.5f},     // nothing to load
+        {0.0f, -0.5f, 0.5f, 0.5f},    //
+        {0.25f, -1.0f, 0.25f, 0.75f}, // back
+        {0.25f, 0.0f, 0.5f, 0.75f},   //
+        {-0.25f, 0.5f, 0.25f, 0.25f}, // 0.375 lies beyond an end of 0.25
+        {-0.25f, 2.0f, 0.0f, 0.25f},  // 0 does not
+        {2.0f, 0.5f, 1.5f, 2.5f},     // more than the whole
+        {2.0f, 1000.0f, 2.5f, 2.5f},  //
+    };
+
+    for (const auto& [fWeight, fFraction, fProgress, fEnd] : aCases)
+    {
+        CVQLoadGuard oGuard;
+        oGuard.LoadComponentCompleted(0.5f, nullptr);
+        oGuard.BeginLoadComponent(fWeight, nullptr);
+        oGuard.LoadComponentCompleted(fFraction, nullptr);
+        EXPECT_EQ(oGuard.GetProgress(), fProgress) << fWeight << ' ' << fFraction;
+        oGuard.EndLoadComponent();
+        EXPECT_EQ(oGuard.GetProgress(), fEnd) << fWeight << ' ' << fFraction;
+    }
+}
+
+TEST(VQLoadGuard, TellsGuardsThatWatchEachOtherOnce)
+{
+    Calls oCalls;
+    CVQLoadGuard oA;
+    CVQLoadGuard oB;
+    CVQLoadGuard oC;
+    CWatch oWatchOfA("A ", &oCalls);
+    CWatch oWatchOfC("C ", &oCalls);
+    oA.RegisterWatch(&oB);
+    oB.RegisterWatch(&oC);
+    oC.RegisterWatch(&oB);
+    oC.RegisterWatch(&oA);
+    oA.RegisterWatch(&oWatchOfA);
+    oC.RegisterWatch(&oWatchOfC);
+
+    oA.BeginLoading();
+    EXPECT_EQ(oCalls, (Calls{"C begin", "A begin"}));
+    oC.LoadComponentCompleted(0.5f, "c");
+    EXPECT_EQ(oCalls, (Calls{"C begin", "A begin", "A progress", "C progress"}));
+    oB.EndLoading();
+    EXPECT_EQ(oCalls, (Calls{"C begin", "A begin", "A progress", "C progress", "A end", "C end"}));
+}
+
+TEST(VQLoadGuard, TellsItselfNothingWhenItGetsItsOwnWatcherByAssignment)
+{
+    CVQLoadGuard oGuard;
+    CVQLoadGuard oSource;
+    CWatch oWatch;
+    oSource.RegisterWatch(&oGuard);
+    oSource.RegisterWatch(&oWatch);
+    oGuard = oSource; // watches itself now
+    oGuard.BeginLoading();
+    oGuard.LoadComponentCompleted(0.5f, "a");
+    oGuard.EndLoading();
+    EXPECT_EQ(oWatch.m_oCalls, (Calls{"begin", "progress", "end"}));
+}
+
+TEST(VQLoadGuard, PassesOnWhatAWatchLetsAnotherGuardReportMeanwhile)
+{
+    CVQLoadGuard oSource;
+    CVQLoadGuard oGuard;
+    CWatch oWatch;
+    oSource.RegisterWatch(&oGuard);
+    oGuard.RegisterWatch(&oWatch);
+    oWatch.m_Then = [&] { oSource.LoadComponentCompleted(0.5f, nullptr); }; // no circle: the watch wants it
+    oSource.BeginLoading();
+    EXPECT_EQ(oWatch.m_oCalls, (Calls{"begin", "progress"}));
+}
+
+TEST(VQLoadGuard, GoesOnAfterAWatchThatThrows)
+{
+    CVQLoadGuard oSource;
+    CVQLoadGuard oGuard;
+    CWatch oWatch;
+    oSource.RegisterWatch(&oGuard);
+    oGuard.RegisterWatch(&oWatch);
+    oWatch.m_Then = [] { throw std::runtime_error("no screen"); };
+    EXPECT_THROW(oSource.BeginLoading(), std::runtime_error);
+    oSource.BeginLoading();
+    oGuard.BeginLoading();
+    EXPECT_EQ(oWatch.m_oCalls, (Calls{"begin", "begin", "begin"}));
+}
+
+TEST(VQLoadGuard, TakesANameFromItsOwnReport)
+{
+    sLoading oLoading;
+    auto& oGuard = oLoading.oGuard;
+    oGuard.BeginLoadComponent(0.5f, "a long name, of which another watch takes the end");
+
+    class CRenamer : public IVQLoadGuardWatch
+    {
+    public:
+        explicit CRenamer(CVQLoadGuard& oGuard) : m_oGuard(oGuard) {}
+
+        void OnBeginLoading() override {}
+
+        void OnLoadProgress(float, const char* pName) override
+        {
+            if (std::exchange(m_bDone, true))
+                return;
+            m_oGuard.LoadComponentCompleted(0.0f, pName + 2);
+        }
+
+        void OnEndLoading() override {}
+
+    private:
+        CVQLoadGuard& m_oGuard;
+        bool m_bDone = false;
+    };
+
+    CRenamer oRenamer(oGuard);
+    oGuard.RegisterWatch(&oRenamer);
+    oGuard.LoadComponentCompleted(0.5f, nullptr);
+    oGuard.EndLoadComponent();
+    const std::string sName = "a long name, of which another watch takes the end";
+    ExpectReports(oLoading.oWatch, {{0.25f, sName}, {0.25f, sName.substr(2)}, {0.5f, sName.substr(2)}});
+}
+
+TEST(VQLoadGuard, PassesNamesOnAsTheyAre)
+{
+    sLoading oLoading;
+    const std::string sLong(5000, '%');
+    oLoading.oGuard.LoadComponentCompleted(0.0f, "100 %s%n");
+    oLoading.oGuard.LoadComponentCompleted(0.0f, sLong.c_str());
+    ExpectReports(oLoading.oWatch, {{0.0f, "100 %s%n"}, {0.0f, sLong}});
 }
