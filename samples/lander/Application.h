@@ -41,9 +41,7 @@ public:
 class CApplication : private IVQDebugStatisticsInterpreter
 {
 public:
-    /// Loads everything.
-    ///
-    /// @param pTerminal  where it is drawn; null to draw for nobody
+    /// Loads everything. What has no terminal is drawn for nobody.
     explicit CApplication(CTerminal* pTerminal) : m_pTerminal(pTerminal)
     {
         s_pThis = this;
@@ -216,11 +214,10 @@ private:
             m_oGame.Tick();
         if (o.m_nState == nState)
             return;
+        const bool bLanded = o.m_nState == flightLanded;
         CJournal::Report(ecDump, "flight of " + std::to_string(o.m_nTick) + " ticks");
-        if (o.m_nState == flightLanded)
-            CJournal::Report(ecGameMessage, "landed: score " + std::to_string(o.m_nScore));
-        else
-            CJournal::Report(ecNote, "crashed");
+        CJournal::Report(bLanded ? ecGameMessage : ecNote,
+                         bLanded ? "landed: score " + std::to_string(o.m_nScore) : "crashed");
     }
 
     void TalkToGhost(int nTicks)
@@ -263,7 +260,7 @@ private:
                 m_bLost = m_bQuit = true;
             m_pTerminal->GetSize(nWidth, nHeight);
         }
-        m_oScreen.SetSize(nWidth, nHeight, false);
+        m_oScreen.SetSize(nWidth, nHeight, std::exchange(m_bDrawAnew, false));
     }
 
     void Say(const std::string& sText)
@@ -373,6 +370,7 @@ private:
         {'f', [this] { BeginProfile("lander"), m_nProfiled = 300, Say(Text(textProfiling)); }},
         {'b', [this] { VQ_ASSERT(m_oGame.GetFlight().m_nFuel < 0, "the key for a failed assertion"); }},
         {'q', [this] { m_bQuit = true; }},
+        {keyDrawAnew, [this] { m_bDrawAnew = true; }},
     };
     CSettings m_oSettings;
     sGameData m_oData;
@@ -386,6 +384,6 @@ private:
     int m_nProfiled = 0; // frames until the report
     std::string m_sMessage;
     int m_nMessage = 0; // frames that it is still shown
-    bool m_bQuit = false;
+    bool m_bDrawAnew = false, m_bQuit = false;
     bool m_bLost = false; // the terminal is gone, or a signal has come
 };

@@ -31,10 +31,7 @@ struct sAssetCounts
 class CAssets
 {
 public:
-    /// Sets the roots up; all names go by the current directory.
-    ///
-    /// @throws CVQException        an archive that is damaged or of another version
-    /// @throws std::runtime_error  no archive at all
+    /// Sets the roots up, by the current directory; throws when the archive is missing, damaged or of another version.
     static void Open()
     {
         CExtendedFileSystem* const pFiles = CExtendedFileSystem::Instance();
@@ -49,9 +46,7 @@ public:
         Read("settings.vqp"); // the first file that comes out of the archive tells what is wrong with it
     }
 
-    /// Reads a whole file; any thread may.
-    ///
-    /// @throws CVQException  when it is not there or cannot be read
+    /// Reads a whole file; any thread may. Throws when it is not there or cannot be read.
     static std::string Read(const std::string& sName)
     {
         const auto oStart = std::chrono::steady_clock::now();
@@ -86,10 +81,7 @@ private:
 };
 
 /// Writes a file beside the one that is there and puts it in its place when it is whole: a full disk costs nothing that
-/// was saved before.
-///
-/// @param fnWrite  gets the open file, and answers whether it was written
-/// @return         "" or what went wrong
+/// was saved before. The work gets the open file, and answers whether it was written. Gives "" or what went wrong.
 template <class TWrite>
 std::string SaveSafely(const std::string& sName, TWrite fnWrite)
 {

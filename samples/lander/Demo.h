@@ -11,10 +11,7 @@ class CDemo : private CApplication
 public:
     CDemo() : CApplication(nullptr) {}
 
-    /// Plays a frame for each sixtieth of a second, as fast as it can.
-    ///
-    /// @param oStart  when the program started
-    /// @return        a table of what it did, the last line the same on every machine
+    /// Plays a frame for each sixtieth of a second, as fast as it can, and gives a table of what it did.
     std::string Play(int nSeconds, std::chrono::steady_clock::time_point oStart)
     {
         const int nFrames = nSeconds * TICKS_A_SECOND;
@@ -95,9 +92,15 @@ private:
             static_cast<int>(m_aTimes.size()), static_cast<double>(m_aTimes.size()) * 1000 / dAll,
             static_cast<double>(m_nOutput));
         Add("frame time   50 %%: %.1f us   99 %%: %.1f us   100 %%: %.1f us", Time(50), Time(99), Time(100));
-        Add("profiler     %d regions, %u samples; console %.2f %%, log %.2f %%, profiler %.2f %% of the frame",
-            m_oProfiler.GetSampleCount(), static_cast<unsigned>(m_oProfiler.GetRawSamples().size()),
-            m_oProfiler.GetShare("Console"), m_oProfiler.GetShare("Log"), m_oProfiler.GetOwnShare());
+        const double dConsole = m_oProfiler.GetShare("Console");
+        const double dLog = m_oProfiler.GetShare("Log");
+        const double dOwn = m_oProfiler.GetOwnShare();
+        const double dOfAFrame = dAll / static_cast<double>(m_aTimes.size()) * TICKS_A_SECOND / 1000; // that is shown
+        Add("profiler     %d regions, %u samples; console %.2f %%, log %.2f %%, profiler %.2f %% of the frame, "
+            "together "
+            "%.3f %% of a frame at %d a second",
+            m_oProfiler.GetSampleCount(), static_cast<unsigned>(m_oProfiler.GetRawSamples().size()), dConsole, dLog,
+            dOwn, (dConsole + dLog + dOwn) * dOfAFrame, TICKS_A_SECOND);
         Add("log          %u records", CJournal::GetCount());
         Add("memory       %u KiB half-way, %u KiB at the end", static_cast<unsigned>(nMemory),
             static_cast<unsigned>(GetResidentMemory()));

@@ -42,9 +42,7 @@ public:
     static constexpr std::int32_t MOST_TILT = 3;
     static constexpr std::int32_t MOST_THROTTLE = 4;
 
-    /// Begins a flight; the score goes on.
-    ///
-    /// @param pLevel  stays the caller's, and must live as long as it is flown over
+    /// Begins a flight over a level, which must live as long; the score goes on.
     void Start(const sLevel* pLevel, std::uint32_t nSeed)
     {
         VQ_ASSERT(pLevel != nullptr, "a flight needs a level");
@@ -67,17 +65,9 @@ public:
         m_oFlight = oFlight;
     }
 
-    void Tilt(std::int32_t nSteps)
-    {
-        if (m_oFlight.m_nState == flightFlying)
-            m_oFlight.m_nTilt = std::clamp(m_oFlight.m_nTilt + nSteps, -MOST_TILT, MOST_TILT);
-    }
+    void Tilt(std::int32_t nSteps) { Turn(m_oFlight.m_nTilt, nSteps, -MOST_TILT, MOST_TILT); }
 
-    void Throttle(std::int32_t nSteps)
-    {
-        if (m_oFlight.m_nState == flightFlying)
-            m_oFlight.m_nThrottle = std::clamp(m_oFlight.m_nThrottle + nSteps, 0, MOST_THROTTLE);
-    }
+    void Throttle(std::int32_t nSteps) { Turn(m_oFlight.m_nThrottle, nSteps, 0, MOST_THROTTLE); }
 
     /// A sixtieth of a second.
     void Tick()
@@ -161,6 +151,12 @@ private:
     static constexpr std::int32_t THRUST = 1300; // of a step of the throttle, millimetres per second, each second
     static constexpr std::int32_t FOOT = 6 * METRE;
     static constexpr std::int32_t GENTLE = 3 * METRE / TICKS_A_SECOND; // the fastest that the legs bear
+
+    void Turn(std::int32_t& nLever, std::int32_t nSteps, std::int32_t nLeast, std::int32_t nMost) const
+    {
+        if (m_oFlight.m_nState == flightFlying)
+            nLever = std::clamp(nLever + nSteps, nLeast, nMost);
+    }
 
     // millimetres per second, each second, to parts of a metre a tick, each tick
     static std::int32_t PerTick(std::int32_t nAcceleration)

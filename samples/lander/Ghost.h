@@ -7,6 +7,7 @@
 #include <Common/MailSlot/VQMailSlot.h>
 #include <Common/Platform/PlatformSync.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -35,9 +36,6 @@ public:
         SYNC_DestroyMutex(m_hMutex);
     }
 
-    CGhost(const CGhost&) = delete;
-    CGhost& operator=(const CGhost&) = delete;
-
     /// Whether there was another window before this one.
     bool IsSecond() const { return m_bSecond; }
 
@@ -53,9 +51,9 @@ public:
             return;
         try
         {
+            const Message aMessage = {MARK, oShip.m_nLevel, oShip.m_nX, oShip.m_nY, oShip.m_nTilt};
             m_pOther->BeginWrite();
-            for (const std::int32_t nValue : {MARK, oShip.m_nLevel, oShip.m_nX, oShip.m_nY, oShip.m_nTilt})
-                m_pOther->Write(&nValue, sizeof(nValue));
+            m_pOther->Write(aMessage.data(), sizeof(aMessage));
             m_pOther->EndWrite();
         }
         catch (const CMailSlotException&) // the other window has been closed
@@ -70,25 +68,24 @@ public:
         bool bReceived = false;
         for (int i = 0; i < MOST_MESSAGES && m_pOwn != nullptr && m_pOwn->AreMessagesWaiting(); ++i)
         {
-            const bool bWhole = m_pOwn->GetMessageSize() == MESSAGE_SIZE;
-            std::int32_t nMark = 0;
-            sShip oRead;
+            Message aMessage{};
+            const bool bWhole = m_pOwn->GetMessageSize() == sizeof(aMessage);
             m_pOwn->BeginRead();
-            for (std::int32_t* pValue : {&nMark, &oRead.m_nLevel, &oRead.m_nX, &oRead.m_nY, &oRead.m_nTilt})
-                m_pOwn->Read(pValue, sizeof(*pValue));
+            m_pOwn->Read(aMessage.data(), sizeof(aMessage));
             m_pOwn->EndRead();
-            if (bWhole && nMark == MARK)
-                oShip = oRead;
-            bReceived |= bWhole && nMark == MARK;
+            if (!bWhole || aMessage[0] != MARK)
+                continue;
+            oShip = {aMessage[1], aMessage[2], aMessage[3], aMessage[4]};
+            bReceived = true;
         }
         return bReceived;
     }
 
 private:
-    static constexpr std::int32_t MARK = 0x31484F47; // before the numbers, so that no others are taken for them
-    static constexpr unsigned long MESSAGE_SIZE = 5 * sizeof(std::int32_t);
-    static constexpr int PATIENCE = 10;      // calls of Send() until the other one is looked for again
-    static constexpr int MOST_MESSAGES = 20; // that are read at a time
+    using Message = std::array<std::int32_t, 5>;     // the mark, then the ship
+    static constexpr std::int32_t MARK = 0x31484F47; // so that nothing else is taken for a message
+    static constexpr int PATIENCE = 10;              // calls of Send() until the other one is looked for again
+    static constexpr int MOST_MESSAGES = 20;         // that are read at a time
 
     std::unique_ptr<CVQMailSlot> OpenSlot(bool bSecond, bool bServer) const
     {
@@ -107,7 +104,6 @@ private:
     std::string m_sName;
     void* m_hMutex;
     bool m_bSecond;
-    std::unique_ptr<CVQMailSlot> m_pOwn;
-    std::unique_ptr<CVQMailSlot> m_pOther;
+    std::unique_ptr<CVQMailSlot> m_pOwn, m_pOther;
     int m_nWait = 0;
 };

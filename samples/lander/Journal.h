@@ -15,10 +15,8 @@
 class CJournal
 {
 public:
-    /// Takes the debugger output; to be called once, before the picture comes.
     static void Begin() { HOOK_SetDebuggerOutput(&KeepLine); }
 
-    /// Gives it back, before the program ends.
     static void End() { HOOK_SetDebuggerOutput(nullptr); }
 
     /// Reports what happened. Belongs to the main thread, as the profiler that measures it.

@@ -97,8 +97,8 @@ private:
     static constexpr int LONGEST_NAME = 40;
     static constexpr std::int32_t SHORTEST_PAD = 20;
 
-    // The analyzer tells where it will read on; where a token begins is found behind the one before it. Behind words
-    // and numbers one character more has been read, to see that they end.
+    // The analyzer tells where it reads on. A token begins behind the one before it and the blanks; behind words and
+    // numbers one character more has been read, to see that they end.
     int Next()
     {
         const bool bAhead = m_nToken == CLexAnalyzer::TOKEN_WORD || m_nToken == CLexAnalyzer::TOKEN_INTEGER ||
@@ -132,9 +132,8 @@ private:
         if (sWord == "level")
         {
             Expect('"', "a name in quotes");
-            m_oLevel.m_sName.clear();
-            if (const CVQString oName = m_oTokens.GetStringValue(); !oName.IsEmpty()) // an empty one has no buffer
-                m_oLevel.m_sName = ~oName.Left(LONGEST_NAME);
+            const CVQString oName = m_oTokens.GetStringValue();
+            m_oLevel.m_sName = oName.IsEmpty() ? "" : ~oName.Left(LONGEST_NAME); // an empty one has no buffer
         }
         else if (sWord == "gravity")
             m_oLevel.m_nGravity = ReadValue(0, 20, 1000);
@@ -150,8 +149,14 @@ private:
         }
         else if (sWord == "ground")
             ReadGround();
-        else
-            ReadPad();
+        else // the pad
+        {
+            m_oLevel.m_nPadFrom = ReadNumber(0, WORLD_WIDTH - SHORTEST_PAD);
+            Expect(CLexAnalyzer::TOKEN_RANGE, "..");
+            m_oLevel.m_nPadTo = ReadNumber(m_oLevel.m_nPadFrom + SHORTEST_PAD, WORLD_WIDTH);
+            Expect(WORD_BONUS, "bonus");
+            m_oLevel.m_nBonus = ReadNumber(0, 9);
+        }
         Next();
         if (!IsLineEnd())
             throw std::runtime_error("the line should end here");
@@ -164,15 +169,6 @@ private:
         if (nLeft > WORLD_WIDTH || aGround.size() == MOST_POINTS)
             throw std::runtime_error("the ground has ended before");
         aGround.push_back(ReadPoint({nLeft, 0}, {WORLD_WIDTH, WORLD_HEIGHT}));
-    }
-
-    void ReadPad()
-    {
-        m_oLevel.m_nPadFrom = ReadNumber(0, WORLD_WIDTH - SHORTEST_PAD);
-        Expect(CLexAnalyzer::TOKEN_RANGE, "..");
-        m_oLevel.m_nPadTo = ReadNumber(m_oLevel.m_nPadFrom + SHORTEST_PAD, WORLD_WIDTH);
-        Expect(WORD_BONUS, "bonus");
-        m_oLevel.m_nBonus = ReadNumber(0, 9);
     }
 
     void Expect(int nToken, const char* pText)
@@ -226,8 +222,7 @@ private:
             Tell("the ship is below the ground");
     }
 
-    std::string m_sFile;
-    std::string m_sText;
+    std::string m_sFile, m_sText;
     CLexAnalyzer m_oTokens;
     std::vector<std::string>& m_aErrors;
     sLevel m_oLevel;

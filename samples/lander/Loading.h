@@ -29,9 +29,7 @@ struct sGameData
 class CLoader : public CVQThread, private IVQLoadGuardWatch
 {
 public:
-    /// Begins.
-    ///
-    /// @param nLevels  so many levels belong to the game
+    /// Begins; so many levels belong to the game.
     explicit CLoader(int nLevels) : m_nLevels(nLevels)
     {
         s_aFound.clear();

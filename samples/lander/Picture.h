@@ -12,7 +12,6 @@
 class CPicture
 {
 public:
-    /// @param aShip  the pictures of the ship, one below the other; must live as long as this
     CPicture(CScreen& oScreen, const std::vector<std::string>& aShip) : m_oScreen(oScreen), m_aShip(aShip) {}
 
     void DrawGround(const sLevel& oLevel)

@@ -37,10 +37,8 @@ struct sSaveGame
         return std::string(reinterpret_cast<const char*>(&oHeader), sizeof(oHeader)) + sBlock;
     }
 
-    /// Takes the bytes of a saved game, which may hold anything.
-    ///
-    /// @param nLevels  there are so many levels
-    /// @return         false for bytes that are none; the object is then as it was
+    /// Takes the bytes of a saved game, which may hold anything; false, and the object as it was, for those that are
+    /// none.
     bool Unpack(std::string_view sBytes, std::int32_t nLevels)
     {
         sHeader oHeader;
@@ -62,10 +60,9 @@ struct sSaveGame
             CVQDataStream oStream(aPlain.data(), oHeader.m_nSize, CVQDataStream::LOADING, false);
             sSaveGame oRead;
             oRead.Transfer(oStream);
-            if (oStream.GetRemainingSize() != 0 || !oRead.IsPossible(nLevels))
-                return false;
-            *this = oRead;
-            return true;
+            const bool bRight = oStream.GetRemainingSize() == 0 && oRead.IsPossible(nLevels);
+            *this = bRight ? oRead : *this;
+            return bRight;
         }
         catch (const CVQException&) // the stream ends early
         {

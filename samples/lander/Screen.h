@@ -124,8 +124,7 @@ private:
     }
 
     int m_nWidth = 0, m_nHeight = 0;
-    std::vector<Cell> m_aCells;
-    std::vector<Cell> m_aShown; // 0 where it is not known
+    std::vector<Cell> m_aCells, m_aShown; // 0 where it is not known
     std::string m_sOutput;
     std::size_t m_nColour = 0;
 };

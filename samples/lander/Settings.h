@@ -11,9 +11,9 @@
 class CSettings
 {
 public:
-    /// Reads the defaults, and over them what the player has. A broken file of the player's counts as none.
+    /// Reads the defaults, and over them what the player has.
     ///
-    /// @return whether the player's file, if there is one, was right
+    /// @return false for a file of the player's that is broken: it counts as none
     bool Load()
     {
         CFileIO oFile;
@@ -35,9 +35,7 @@ public:
         }
     }
 
-    /// Keeps them for the next time.
-    ///
-    /// @return "" or what went wrong
+    /// Keeps them for the next time: "" or what went wrong.
     std::string Save()
     {
         return SaveSafely(FILE_NAME, [&](CFileIO& oFile) { return m_oValues.Write(&oFile); });

@@ -3,6 +3,7 @@
 // Shows: nothing of the library, which has no terminal of its own; and how a program keeps what differs between systems
 // behind one interface, with a source for each (Posix/Terminal.cpp, Windows/Terminal.cpp) that CMake chooses.
 
+#include <atomic>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@ enum eKey : int
     keyEnter = '\n',
     keyTab = '\t',
     keyBackspace = 8,
+    keyDrawAnew = 12, // Ctrl+L: something else has written over the picture
     keyEscape = 27,
     keyUp = 256,
     keyDown,
@@ -28,12 +30,14 @@ enum eKey : int
 class CTerminal
 {
 public:
-    /// @throws std::runtime_error  when it cannot be set up
     CTerminal();
-    ~CTerminal();
+
+    ~CTerminal() { Restore(); }
 
     CTerminal(const CTerminal&) = delete;
     CTerminal& operator=(const CTerminal&) = delete;
+
+    static inline std::atomic<int> s_nEndSignal = 0; ///< number of the signal that asked the program to end
 
     /// Whether standard input and output are a terminal.
     static bool IsThere();
@@ -46,18 +50,10 @@ public:
     /// Writes all of it at once; false when the terminal is gone.
     bool Write(std::string_view sBytes);
 
-    /// Takes the keys that were pressed.
-    ///
-    /// @param nMilliseconds  waits so long at most, but not when there is one
-    /// @return               false when the terminal is gone, or the program has been asked to end
+    /// Takes the keys that were pressed; waits so long for the first. False when the terminal is gone, or the program
+    /// has been asked to end.
     bool ReadKeys(int nMilliseconds, std::vector<int>& aKeys);
 };
-
-/// The number of the signal that asked the program to end, 0 for none.
-int GetEndSignal();
-
-/// The directory that the program lies in.
-std::string GetProgramDirectory();
 
 /// Memory of the process that is resident, in KiB; 0 when that is not told.
 std::size_t GetResidentMemory();

@@ -47,19 +47,14 @@ class CTexts
 public:
     static constexpr int LANGUAGE_COUNT = 2;
 
-    /// Reads all languages and installs the hook.
-    ///
-    /// @throws CVQException        a file is missing
-    /// @throws std::runtime_error  a file lacks a text
+    /// Reads all languages and installs the hook; throws when a file or a text is missing.
     static void Load()
     {
-        constexpr const char* FILES[LANGUAGE_COUNT] = {"texts/english.txt", "texts/dutch.txt"};
-        for (std::size_t i = 0; i < s_aLanguages.size(); ++i)
-            LoadLanguage(FILES[i], s_aLanguages[i]);
+        LoadLanguage("texts/english.txt", s_aLanguages[0]);
+        LoadLanguage("texts/dutch.txt", s_aLanguages[1]);
         CVQString::s_pfnLoadString = &LoadString;
     }
 
-    /// Takes a language for all texts from now on.
     static void SetLanguage(int nLanguage) { s_nLanguage = nLanguage; }
 
     static int GetLanguage() { return s_nLanguage; }
@@ -71,7 +66,7 @@ private:
     {
         if (nId < textTitle || nId >= textEnd)
             return false;
-        oTarget = s_aLanguages[static_cast<std::size_t>(s_nLanguage)][static_cast<std::size_t>(nId - textTitle)];
+        oTarget = s_aLanguages.at(static_cast<std::size_t>(s_nLanguage)).at(static_cast<std::size_t>(nId - textTitle));
         return true;
     }
 

@@ -68,9 +68,8 @@ int Run(const sCommandLine& oLine, std::chrono::steady_clock::time_point oStart)
 {
     if (!oLine.m_sPrint.empty())
         return Print(oLine.m_sPrint);
-    const std::string sHome = oLine.m_sHome.empty() ? GetProgramDirectory() : oLine.m_sHome;
-    if (!sHome.empty() && DIR_Change(sHome.c_str()) != 1)
-        throw std::runtime_error(sHome + ": no such directory");
+    if (!oLine.m_sHome.empty() && DIR_Change(oLine.m_sHome.c_str()) != 1)
+        throw std::runtime_error(oLine.m_sHome + ": no such directory");
 
     CAssets::Open();
     CTexts::Load();
@@ -80,14 +79,14 @@ int Run(const sCommandLine& oLine, std::chrono::steady_clock::time_point oStart)
         throw std::runtime_error("there is no terminal; see --demo");
     CTerminal oTerminal;
     CApplication(&oTerminal).Play();
-    return GetEndSignal() != 0 ? ENDED_BY_SIGNAL + GetEndSignal() : 0;
+    return CTerminal::s_nEndSignal != 0 ? ENDED_BY_SIGNAL + CTerminal::s_nEndSignal : 0;
 }
 } // namespace
 
 int main(int nArguments, char** ppArguments)
 {
     const auto oStart = std::chrono::steady_clock::now();
-    sCommandLine oLine;
+    sCommandLine oLine = {std::filesystem::path(ppArguments[0]).parent_path().string(), "", 0};
     const std::string sWrong = ReadCommandLine({ppArguments + 1, ppArguments + nArguments}, oLine);
     if (!sWrong.empty())
     {

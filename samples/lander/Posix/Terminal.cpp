@@ -6,10 +6,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <system_error>
 
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -20,19 +18,6 @@ namespace
 {
 termios s_oBefore;
 volatile std::sig_atomic_t s_bEntered = 0;
-volatile std::sig_atomic_t s_nEndSignal = 0;
-
-void OnEnding(int nSignal)
-{
-    s_nEndSignal = nSignal;
-}
-
-// The handler is gone after its first call, so that the signal does now what it does by itself.
-void OnCrash(int nSignal)
-{
-    CTerminal::Restore();
-    raise(nSignal);
-}
 
 void Handle(int nSignal, void (*pHandler)(int), int nFlags)
 {
@@ -49,9 +34,11 @@ CTerminal::CTerminal()
     if (tcgetattr(STDIN_FILENO, &s_oBefore) != 0)
         throw std::runtime_error("the terminal: cannot be set up");
     for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
-        Handle(nSignal, &OnEnding, 0);
+        Handle(
+            nSignal, [](int nEnding) { s_nEndSignal = nEnding; }, 0);
     for (const int nSignal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGQUIT})
-        Handle(nSignal, &OnCrash, static_cast<int>(SA_RESETHAND));
+        Handle(
+            nSignal, [](int nCrash) { Restore(), raise(nCrash); }, static_cast<int>(SA_RESETHAND)); // once
     Handle(SIGPIPE, SIG_IGN, 0);
     std::atexit(&CTerminal::Restore);
 
@@ -63,11 +50,6 @@ CTerminal::CTerminal()
     tcsetattr(STDIN_FILENO, TCSANOW, &oRaw);
     s_bEntered = 1;
     Write("\x1b[?1049h\x1b[?25l\x1b[2J"); // another screen beside the one with the lines, and no cursor
-}
-
-CTerminal::~CTerminal()
-{
-    Restore();
 }
 
 bool CTerminal::IsThere()
@@ -138,17 +120,6 @@ bool CTerminal::ReadKeys(int nMilliseconds, std::vector<int>& aKeys)
         sBytes.remove_prefix(1);
     }
     return true;
-}
-
-int GetEndSignal()
-{
-    return s_nEndSignal;
-}
-
-std::string GetProgramDirectory()
-{
-    std::error_code oError;
-    return std::filesystem::read_symlink("/proc/self/exe", oError).parent_path().string();
 }
 
 std::size_t GetResidentMemory()

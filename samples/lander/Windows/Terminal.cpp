@@ -6,7 +6,6 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 
 #define WIN32_LEAN_AND_MEAN
@@ -20,16 +19,13 @@
 
 namespace
 {
-HANDLE s_hInput = nullptr;
-HANDLE s_hOutput = nullptr;
-DWORD s_nInputMode = 0;
-DWORD s_nOutputMode = 0;
+HANDLE s_hInput = nullptr, s_hOutput = nullptr;
+DWORD s_nInputMode = 0, s_nOutputMode = 0;
 std::atomic<bool> s_bEntered = false;
-std::atomic<int> s_nEndSignal = 0;
 
 BOOL WINAPI OnControl(DWORD nEvent)
 {
-    s_nEndSignal = nEvent == CTRL_C_EVENT ? SIGINT : SIGTERM;
+    CTerminal::s_nEndSignal = nEvent == CTRL_C_EVENT ? SIGINT : SIGTERM;
     if (nEvent == CTRL_CLOSE_EVENT)
         Sleep(2000); // the program is ended when this returns: it gets the time to save
     return TRUE;
@@ -61,15 +57,10 @@ CTerminal::CTerminal()
     SetConsoleMode(s_hInput, ENABLE_PROCESSED_INPUT | ENABLE_WINDOW_INPUT);
     SetConsoleCtrlHandler(&OnControl, TRUE);
     SetUnhandledExceptionFilter(&OnCrash);
-    std::signal(SIGABRT, [](int) { CTerminal::Restore(); });
+    std::signal(SIGABRT, [](int) { Restore(); });
     std::atexit(&CTerminal::Restore);
     s_bEntered = true;
     Write("\x1b[?1049h\x1b[?25l\x1b[2J"); // another screen beside the one with the lines, and no cursor
-}
-
-CTerminal::~CTerminal()
-{
-    Restore();
 }
 
 bool CTerminal::IsThere()
@@ -122,18 +113,6 @@ bool CTerminal::ReadKeys(int nMilliseconds, std::vector<int>& aKeys)
             aKeys.push_back(ToKey(oEvent));
     }
     return s_nEndSignal == 0;
-}
-
-int GetEndSignal()
-{
-    return s_nEndSignal;
-}
-
-std::string GetProgramDirectory()
-{
-    std::array<char, 4096> aPath{};
-    GetModuleFileNameA(nullptr, aPath.data(), static_cast<DWORD>(aPath.size() - 1));
-    return std::filesystem::path(aPath.data()).parent_path().string();
 }
 
 std::size_t GetResidentMemory()
