@@ -150,9 +150,8 @@ public:
     {
         if (!IsShown())
             return;
-        if (m_nFrame % FRAMES_A_TEXT == 0 || m_bChanged)
+        if (std::exchange(m_bChanged, false) || m_nFrame % FRAMES_A_TEXT == 0)
         {
-            m_bChanged = false;
             std::array<char, 2048> aText;
             const int nSize = CVQDebugStatistics::Print(aText.data(), static_cast<int>(aText.size()));
             m_sText.assign(aText.data(), static_cast<std::size_t>(nSize));

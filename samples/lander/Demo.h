@@ -73,10 +73,7 @@ private:
     {
         std::string sTable;
         const auto Add = [&](const char* pFormat, auto... aValues)
-        {
-            sTable += ~CVQString(sctFormat, pFormat, aValues...);
-            sTable += '\n';
-        };
+        { sTable += ~CVQString(sctFormat, pFormat, aValues...) + std::string("\n"); };
         double dAll = 0;
         for (const float fTime : m_aTimes)
             dAll += static_cast<double>(fTime);
@@ -96,11 +93,10 @@ private:
         const double dLog = m_oProfiler.GetShare("Log");
         const double dOwn = m_oProfiler.GetOwnShare();
         const double dOfAFrame = dAll / static_cast<double>(m_aTimes.size()) * TICKS_A_SECOND / 1000; // that is shown
-        Add("profiler     %d regions, %u samples; console %.2f %%, log %.2f %%, profiler %.2f %% of the frame, "
-            "together "
-            "%.3f %% of a frame at %d a second",
+        Add("profiler     %d regions, %u samples; console %.2f %%, log %.2f %%, profiler %.2f %% of the frame",
             m_oProfiler.GetSampleCount(), static_cast<unsigned>(m_oProfiler.GetRawSamples().size()), dConsole, dLog,
-            dOwn, (dConsole + dLog + dOwn) * dOfAFrame, TICKS_A_SECOND);
+            dOwn);
+        Add("at 60/s      %.3f %% of a frame for the three", (dConsole + dLog + dOwn) * dOfAFrame);
         Add("log          %u records", CJournal::GetCount());
         Add("memory       %u KiB half-way, %u KiB at the end", static_cast<unsigned>(nMemory),
             static_cast<unsigned>(GetResidentMemory()));

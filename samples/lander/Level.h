@@ -148,7 +148,13 @@ private:
             m_oLevel.m_oSpeed = ReadPoint({-50, -50}, {50, 50});
         }
         else if (sWord == "ground")
-            ReadGround();
+        {
+            auto& aGround = m_oLevel.m_aGround;
+            const std::int32_t nLeft = aGround.empty() ? 0 : aGround.back().m_nX + 1;
+            if (nLeft > WORLD_WIDTH || aGround.size() == MOST_POINTS)
+                throw std::runtime_error("the ground has ended before");
+            aGround.push_back(ReadPoint({nLeft, 0}, {WORLD_WIDTH, WORLD_HEIGHT}));
+        }
         else // the pad
         {
             m_oLevel.m_nPadFrom = ReadNumber(0, WORLD_WIDTH - SHORTEST_PAD);
@@ -160,15 +166,6 @@ private:
         Next();
         if (!IsLineEnd())
             throw std::runtime_error("the line should end here");
-    }
-
-    void ReadGround()
-    {
-        auto& aGround = m_oLevel.m_aGround;
-        const std::int32_t nLeft = aGround.empty() ? 0 : aGround.back().m_nX + 1;
-        if (nLeft > WORLD_WIDTH || aGround.size() == MOST_POINTS)
-            throw std::runtime_error("the ground has ended before");
-        aGround.push_back(ReadPoint({nLeft, 0}, {WORLD_WIDTH, WORLD_HEIGHT}));
     }
 
     void Expect(int nToken, const char* pText)

@@ -8,7 +8,7 @@
 
 #include <Common/File/MemFileIO.h>
 
-#include <array>
+#include <map>
 
 /// Numbers of the texts, the same in every language; see assets/texts.
 enum eText : long
@@ -60,14 +60,15 @@ public:
     static int GetLanguage() { return s_nLanguage; }
 
 private:
-    using Language = std::array<CVQString, textEnd - textTitle>;
+    using Language = std::map<long, CVQString>;
 
     static bool LoadString(long nId, CVQString& oTarget)
     {
-        if (nId < textTitle || nId >= textEnd)
-            return false;
-        oTarget = s_aLanguages.at(static_cast<std::size_t>(s_nLanguage)).at(static_cast<std::size_t>(nId - textTitle));
-        return true;
+        const Language& oLanguage = s_aLanguages[s_nLanguage];
+        const auto itText = oLanguage.find(nId);
+        if (itText != oLanguage.end())
+            oTarget = itText->second;
+        return itText != oLanguage.end();
     }
 
     // The same records can be read from a file on disk, in an archive and in memory: here a number and a text each.
@@ -78,15 +79,15 @@ private:
         int nId = 0;
         CVQString oText;
         while (oFile.ReadAscii(nId) && oFile.ReadAscii(oText))
+            oLanguage[nId] = oText;
+        for (long nText = textTitle; nText < textEnd; ++nText)
         {
-            if (nId >= textTitle && nId < textEnd)
-                oLanguage[static_cast<std::size_t>(nId - textTitle)] = oText;
+            if (oLanguage[nText].IsEmpty())
+                throw std::runtime_error(sFile + ": a text is missing");
         }
-        if (std::any_of(oLanguage.begin(), oLanguage.end(), [](const CVQString& o) { return o.IsEmpty(); }))
-            throw std::runtime_error(sFile + ": a text is missing");
     }
 
-    static inline std::array<Language, LANGUAGE_COUNT> s_aLanguages;
+    static inline Language s_aLanguages[LANGUAGE_COUNT];
     static inline int s_nLanguage = 0;
 };
 
