@@ -133,7 +133,7 @@ protected:
     std::uint64_t m_nOutput = 0; // bytes
 
 private:
-    static constexpr const char* SAVE_FILE = "lander.sav";
+    const char* GetSaveFile() const { return m_pTerminal != nullptr ? "lander.sav" : "demo.sav"; }
 
     template <class TWork>
     static void In(const char* pRegion, TWork fnWork)
@@ -280,7 +280,7 @@ private:
         const std::string sBytes = sSaveGame{m_nLevel, m_oGame.GetFlight()}.Pack();
         const auto nSize = static_cast<unsigned long>(sBytes.size());
         const std::string sError =
-            SaveSafely(SAVE_FILE, [&](CFileIO& oFile) { return oFile.Write(sBytes.data(), nSize); });
+            SaveSafely(GetSaveFile(), [&](CFileIO& oFile) { return oFile.Write(sBytes.data(), nSize); });
         if (!sError.empty())
             CJournal::Report(ecError, sError);
         Say(sError.empty() ? Text(textSaved) : Text(textNotSaved) + sError);
@@ -365,7 +365,7 @@ private:
         {'p', [this] { m_oTimer.IsPaused(GAME_TIME) ? m_oTimer.Continue(GAME_TIME) : m_oTimer.Pause(GAME_TIME); }},
         {'g', [this] { UseLanguage(CTexts::GetLanguage() + 1); }},
         {'x', [this] { SaveFlight(); }},
-        {'o', [this] { LoadFlight(SAVE_FILE); }},
+        {'o', [this] { LoadFlight(GetSaveFile()); }},
         {'v', [this] { LoadFlight("saves/old.sav"); }}, // of an older version, to see that it still loads
         {'f', [this] { BeginProfile("lander"), m_nProfiled = 300, Say(Text(textProfiling)); }},
         {'b', [this] { VQ_ASSERT(m_oGame.GetFlight().m_nFuel < 0, "the key for a failed assertion"); }},

@@ -85,7 +85,8 @@ public:
               m_oGame, "Gravity: ", [&]() -> std::string { return ~CVQString(sctFormat, "%.3f", nGravity / 1000.0); },
               [&](const CVQString& oText)
               {
-                  if (oText.ToFloat() >= 0 && oText.ToFloat() <= 20)
+                  const bool bNumber = (~oText)[0] >= '0' && (~oText)[0] <= '9'; // any unknown command comes here
+                  if (bNumber && oText.ToFloat() <= 20)
                       nGravity = static_cast<std::int32_t>(std::lround(oText.ToFloat() * 1000));
               }),
           m_oUnbreakable(
@@ -94,7 +95,7 @@ public:
           m_oLanguage(m_oGame, "Language: ", std::move(fnLanguage), std::move(fnNextLanguage)),
           m_oGraph((VQDebugSeparator(m_oGame, 0, "full at 1/30 second"), m_oGame), "Frames: ",
                    [this] { return m_sTimes.substr(m_nFrame % TIMES) + m_sTimes.substr(0, m_nFrame % TIMES) + '|'; }),
-          m_oRegions(m_oProfile, "", [this] { return MakeProfile(); }), m_oLines(m_oJournal, "", &CJournal::GetLines)
+          m_oRegions(m_oProfile, "", [this] { return m_sProfile; }), m_oLines(m_oJournal, "", &CJournal::GetLines)
     {
         CVQDebugStatistics::Initialize();
         Show(false);
@@ -140,7 +141,10 @@ public:
     void EndFrame(double dMilliseconds)
     {
         if (std::exchange(CRegion::s_pLight, nullptr) != nullptr)
+        {
             m_oProfiler.End();
+            m_sProfile = MakeProfile(); // now, as the shares are those of frames that have ended
+        }
         constexpr char HEIGHTS[] = " .:-=+*#";
         const double dHeight = std::clamp(dMilliseconds * 30 / 1000, 0.0, 1.0) * 7;
         m_sTimes[m_nFrame++ % TIMES] = HEIGHTS[static_cast<std::size_t>(dHeight)];
@@ -182,6 +186,7 @@ private:
     CVQDebugStatisticsPage m_oGame{"Game"}, m_oProfile{"Frame"}, m_oJournal{"Log"}; // each registers itself
     CControl m_oGravity, m_oUnbreakable, m_oLanguage, m_oGraph, m_oRegions, m_oLines;
     CVQProfilerOld m_oProfiler;
+    std::string m_sProfile;
     std::string m_sText; // as it was printed last
     int m_nHeight = 0;   // its lines
     std::string m_sTimes = std::string(TIMES, ' ');

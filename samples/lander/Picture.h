@@ -78,7 +78,7 @@ public:
         }
         if (bPaused)
             m_oScreen.WriteCentred(nMiddle - 1, Text(textPaused), colourBright);
-        m_oScreen.WriteCentred(1, sMessage, colourBright);
+        m_oScreen.WriteCentred(std::max(1, m_oScreen.GetHeight() - 2), sMessage, colourBright);
     }
 
     void DrawLoading(float fProgress, const std::string& sName)
@@ -92,11 +92,13 @@ public:
 
     void DrawBox(const char* pCaption, const char* pText, eText nAnswers)
     {
-        const int nTop = std::max(0, m_oScreen.GetHeight() / 2 - 4);
-        m_oScreen.Fill(0, nTop, m_oScreen.GetWidth(), 9);
+        const std::string sText(pText);
+        const int nHeight = 5 + static_cast<int>(std::count(sText.begin(), sText.end(), '\n'));
+        const int nTop = std::max(0, (m_oScreen.GetHeight() - nHeight) / 2);
+        m_oScreen.Fill(0, nTop, m_oScreen.GetWidth(), nHeight);
         m_oScreen.WriteCentred(nTop + 1, pCaption, colourBright);
-        m_oScreen.Write(1, nTop + 2, pText, colourBad);
-        m_oScreen.WriteCentred(std::min(nTop + 8, m_oScreen.GetHeight() - 1), Text(nAnswers), colourText);
+        m_oScreen.Write(1, nTop + 2, sText, colourBad);
+        m_oScreen.WriteCentred(std::min(nTop + nHeight - 1, m_oScreen.GetHeight() - 1), Text(nAnswers), colourText);
     }
 
 private:

@@ -175,9 +175,10 @@ TEST(Lander, TellsWhatTheDemoDid)
     {
         EXPECT_NE(oDemo.Get("files").find("from lander.arc, 1 loose"), std::string::npos) << oDemo.m_sOutput;
     }
-    EXPECT_TRUE(oHome.Has("lander.sav")); // the loose one
+    EXPECT_TRUE(oHome.Has("demo.sav")); // the loose one
+    EXPECT_FALSE(oHome.Has("lander.sav")) << "the player's stays as it is";
     EXPECT_TRUE(oHome.Has("Lander.log"));
-    EXPECT_FALSE(oHome.Has("lander.sav.tmp"));
+    EXPECT_FALSE(oHome.Has("demo.sav.tmp"));
     EXPECT_FALSE(oHome.Has("VQProfiler.htm"));
 }
 
@@ -605,7 +606,7 @@ TEST(IsolatedLander, ShowsAndChangesItsValues)
     };
     Type("3.7\n");
     EXPECT_EQ(nGravity, 3700);
-    Type("-1\n99\n");
+    Type("-1\n99\nnonsense\n");
     EXPECT_EQ(nGravity, 3700);
     oConsole.PressKey(keyDown);
     Type("\n");
@@ -639,6 +640,21 @@ TEST(IsolatedLander, ShowsAndChangesItsValues)
         }
         oConsole.EndFrame(1);
     }
+
+    oConsole.PressKey(keyRight);
+    oConsole.BeginFrame();
+    {
+        const CRegion oRegion("MainLoop");
+    }
+    oConsole.EndFrame(1);
+    oConsole.PressKey(keyUp); // has the text made anew
+    oConsole.Draw(oScreen);
+    oShown.Add(oScreen.Present());
+    std::string sPage;
+    for (const std::string& sLine : oShown.GetLines())
+        sPage += sLine;
+    EXPECT_NE(sPage.find("MainLoop"), std::string::npos) << sPage;
+
     oConsole.Show(false);
     EXPECT_FALSE(CConsole::IsShown());
 }
