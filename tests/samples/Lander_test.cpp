@@ -837,9 +837,10 @@ TEST_F(LanderAtTerminal, LivesInATinyOne)
 TEST_F(LanderAtTerminal, SurvivesAllKeysAtOnce)
 {
     const auto pChild = Start();
+    constexpr std::string_view KEYS = "wasd \x1b[A\x1b[\x1bOggp\t";
     std::string sKeys;
-    for (int i = 0; i < 20000; ++i)
-        sKeys += "wasd \x1b[A\x1b[\x1bOggp\t"[static_cast<std::size_t>(i) % 18];
+    for (std::size_t i = 0; i < 20000; ++i)
+        sKeys += KEYS[i % KEYS.size()];
     pChild->Type(sKeys);
     // which of them were taken is not told; the game goes on and ends in order
     pChild->Signal(SIGTERM);
