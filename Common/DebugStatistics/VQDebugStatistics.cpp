@@ -60,7 +60,8 @@ void CVQDebugStatistics::RemoveControl(CVQDebugStatisticsControl* pControl)
 
 CVQDebugStatisticsControl* CVQDebugStatistics::FindControl(const char* pLabel)
 {
-    for (std::size_t i = 0; i < m_oControls.size(); ++i) // not by iterator: a control may add or remove controls
+    // not by iterator: a control may add or remove controls
+    for (std::size_t i = 0; i < m_oControls.size(); ++i) // NOLINT(modernize-loop-convert)
     {
         auto* pControl = m_oControls[i];
         if (pControl != nullptr && pControl->HasLabel(pLabel))

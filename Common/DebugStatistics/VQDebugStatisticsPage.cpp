@@ -12,17 +12,17 @@ constexpr int NESTED_PAGES = 1000;
 class CNesting
 {
 public:
-    CNesting() { ++t_nPages; }
+    CNesting() { ++s_nPages; }
 
-    ~CNesting() { --t_nPages; }
+    ~CNesting() { --s_nPages; }
 
     CNesting(const CNesting&) = delete;
     CNesting& operator=(const CNesting&) = delete;
 
-    static bool IsTooDeep() { return t_nPages > NESTED_PAGES; }
+    static bool IsTooDeep() { return s_nPages > NESTED_PAGES; }
 
 private:
-    static inline constinit thread_local int t_nPages = 0;
+    static inline constinit thread_local int s_nPages = 0;
 };
 } // namespace
 

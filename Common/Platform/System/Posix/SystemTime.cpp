@@ -112,7 +112,7 @@ COMMON_FUSED_MULTIPLY_ADD double ConvertByMultiplying(std::int64_t nNanoseconds)
 constinit SecondsReader g_pConvert = &Divide;
 
 // Static objects that ask before this is made get the same numbers.
-[[maybe_unused]] const bool g_bMultiplies = []
+[[maybe_unused]] const bool MULTIPLIES = []
 {
     if (!CanMultiply())
         return false;
