@@ -186,7 +186,8 @@ public:
     /// The float slot.
     operator float() const noexcept { return m_fFloat; }
 
-    /// The text slot; a string id whose text is empty loads it first.
+    /// The text slot; a string id whose text is empty loads it first. A short text becomes a string when it is first
+    /// asked for here, which takes memory and writes to the object.
     const CVQString& GetString() const;
     /// The same as GetString().
     operator const CVQString&() const;

@@ -21,8 +21,8 @@ constexpr const char* USAGE = "usage: lander [--home DIR] [--demo SECONDS]\n"
 
 constexpr const char* HELP =
     "\n"
-    "--home DIR      the directory of lander.arc, and of all that the game writes; the program's own if nothing is "
-    "said\n"
+    "--home DIR      the directory of lander.arc, and of all that the game writes; if nothing is said, the one that\n"
+    "                the program was called in: that of build/bin/lander is build/bin, that of lander the current one\n"
     "--demo SECONDS  plays by itself, without a terminal, so many seconds of the game; 1 to 36000\n"
     "\n"
     "Arrow keys or wasd fly; Tab opens the console. Exit codes: 0 done, 1 failed, 2 wrong use.\n";

@@ -5,7 +5,9 @@ file(RELATIVE_PATH assets ${here} ${ASSETS})
 # an emulator may leave helpers behind, which must not hold on to our output
 execute_process(COMMAND ${EMULATOR} ${PACKER} create lander.arc ${assets}/ RESULT_VARIABLE result
     OUTPUT_FILE lander-pack.log ERROR_FILE lander-pack.log)
-if(NOT result EQUAL 0)
+if(NOT result EQUAL 0 AND NOT EMULATOR)
+    message(FATAL_ERROR "lander.arc could not be packed: see bin/lander-pack.log")
+elseif(NOT result EQUAL 0)
     message(WARNING "lander.arc could not be packed (see bin/lander-pack.log): the game gets its assets loose")
     file(COPY ${ASSETS}/ DESTINATION lander)
 endif()
