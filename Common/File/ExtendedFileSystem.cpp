@@ -500,6 +500,7 @@ bool CExtendedFileSystem::FileExists(const char* pName) const
     auto& oSelf = const_cast<CExtendedFileSystem&>(*this);
 
     const CLockGuard oGuard(m_oLock);
+    const System::CPathSearch oSearch;
     if (oSelf.ProbeFile(pName))
         return true;
     return !m_aRoots.empty() && oSelf.ProbeFile(CRootedPath(pName).Below(m_aRoots.front()));
@@ -577,6 +578,7 @@ const sFileInfo& CExtendedFileSystem::RequireFile(unsigned long nHandle, unsigne
 unsigned long CExtendedFileSystem::SearchFile(const char* pName)
 {
     const CLockGuard oGuard(m_oLock);
+    const System::CPathSearch oSearch;
     if (const unsigned long nHandle = ArchiveFileOpen(pName); nHandle != 0)
         return nHandle;
 

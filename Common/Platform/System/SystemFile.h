@@ -20,6 +20,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace System
 {
@@ -231,6 +232,35 @@ bool GetWorkingDirectory(char* pBuffer, std::size_t nSize) noexcept;
 
 /// The absolute current directory, however long; empty on failure.
 std::string GetWorkingDirectory();
+
+class CListing;
+
+/// One search for a name in several places. While it lives, its thread takes what it has once seen of a directory for
+/// true and does not ask again before each name. What comes into that directory meanwhile may be missed.
+///
+/// A port that asks about a missing name once has nothing to remember.
+class CPathSearch
+{
+public:
+    CPathSearch() noexcept;
+    ~CPathSearch();
+
+    CPathSearch(const CPathSearch&) = delete;
+    CPathSearch& operator=(const CPathSearch&) = delete;
+
+    /// Keeps what a directory holds.
+    ///
+    /// @param sDirectory  as it is written, with its separator; empty is the current one
+    void Remember(std::string_view sDirectory, const std::shared_ptr<const CListing>& pListing) noexcept;
+
+    /// Whether a component of the path is missing from the directory that was remembered last, in any case.
+    bool IsMissing(std::string_view sPath) const noexcept;
+
+private:
+    [[maybe_unused]] CPathSearch* m_pOuter = nullptr;
+    std::string m_sDirectory;
+    std::shared_ptr<const CListing> m_pListing;
+};
 
 /// Remembers the current directory, to come back to it.
 ///

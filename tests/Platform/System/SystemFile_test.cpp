@@ -523,6 +523,60 @@ TEST(SystemFile, TellsStatusAndIdentity)
     EXPECT_FALSE(System::GetStatus(static_cast<const char*>(nullptr), oFile));
 }
 
+TEST(SystemFile, FindsWhatIsThereInASearchThatRemembersItsDirectories)
+{
+    const CTestDirectory oDirectory;
+    const auto Exists = [](const std::string& sPath)
+    {
+        System::sFileStatus oStatus{};
+        return System::GetStatus(sPath.c_str(), oStatus);
+    };
+    const std::string sHere = fs::current_path().generic_string() + '/';
+    oDirectory.Write("File", "");
+    oDirectory.Write("Sub/File", "");
+    for (int nRound = 0; nRound < 3; ++nRound) // what is guessed and kept from the rounds before counts, too
+    {
+        for (const std::string& sRoot : {std::string(), std::string("./"), std::string("SUB/"), sHere})
+        {
+            const System::CPathSearch oSearch;
+            EXPECT_FALSE(Exists(sRoot + "absent/file"));
+            EXPECT_FALSE(Exists(sRoot + "absent"));
+            for (const char* pThere : {"File", "FILE", "./file"})
+                EXPECT_TRUE(Exists(sRoot + pThere)) << sRoot << pThere;
+            EXPECT_FALSE(Exists(sRoot + "file2"));
+            for (const std::string& sThere : {std::string("SUB/FILE"), std::string("sub/../file"), sHere + "sub/file"})
+                EXPECT_TRUE(Exists(sThere)) << sRoot << sThere;
+            {
+                const System::CPathSearch oInner;
+                EXPECT_TRUE(Exists(sRoot + "FILE"));
+                EXPECT_FALSE(Exists(sRoot + "absent"));
+            }
+            EXPECT_FALSE(Exists(sRoot + "absent/other"));
+            EXPECT_TRUE(Exists(sRoot + "file"));
+        }
+    }
+}
+
+TEST(SystemFile, FindsInTheNextSearchWhatCameDuringOne)
+{
+    const CTestDirectory oDirectory;
+    System::sFileStatus oStatus{};
+    for (int i = 0; i < 20; ++i)
+    {
+        const std::string sName = "late" + std::to_string(i);
+        {
+            const System::CPathSearch oSearch;
+            EXPECT_FALSE(System::GetStatus(sName.c_str(), oStatus));
+            oDirectory.Write(sName, "");
+            bool bFoundElsewhere = false;
+            std::thread([&] { bFoundElsewhere = System::GetStatus(sName.c_str(), oStatus); }).join();
+            EXPECT_TRUE(bFoundElsewhere) << "the search is that of one thread";
+        }
+        const System::CPathSearch oNext;
+        EXPECT_TRUE(System::GetStatus(sName.c_str(), oStatus));
+    }
+}
+
 TEST(SystemFile, TellsLinksApartFromWhereTheyLead)
 {
     REQUIRE_SPECIAL_FILES();

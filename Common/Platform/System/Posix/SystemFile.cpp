@@ -137,6 +137,8 @@ private:
     int m_nError = 0;
 };
 
+thread_local constinit System::CPathSearch* t_pSearch = nullptr;
+
 enum class eLastName
 {
     AnyCase,   // what finds
@@ -157,6 +159,13 @@ std::pair<std::size_t, std::size_t> FindLastName(std::string_view sPath) noexcep
 bool GetDirectoryStat(const CPath& oPath, struct stat& oStat) noexcept
 {
     return ::stat(oPath.View().empty() ? "." : oPath.Get(), &oStat) == 0 && S_ISDIR(oStat.st_mode);
+}
+
+// What the search of this thread goes on with.
+void RememberInSearch(std::string_view sDirectory, const CListingPtr& pListing) noexcept
+{
+    if (t_pSearch != nullptr && pListing != nullptr && pListing->IsComplete())
+        t_pSearch->Remember(sDirectory, pListing);
 }
 
 // Looks for a path that differs from a missing one in case alone.
@@ -200,6 +209,8 @@ bool FindOtherCase(std::string_view sPath, eLastName eLast, CPath& oFound, std::
             const char* const pDirectory = oFound.View().empty() ? "." : oFound.Get();
             const CListingPtr pListing = GetListing(pDirectory, oStat);
             const char* const pName = pListing != nullptr ? pListing->Find(sName) : nullptr;
+            if (pName == nullptr)
+                RememberInSearch(sPath.substr(0, nKnown), pListing);
             if (pName == nullptr || !oFound.Append(pName))
                 return false;
         }
@@ -254,7 +265,10 @@ bool IsSurelyMissing(std::string_view sDirectory, std::string_view sName) noexce
         return false;
 
     const CListingPtr pListing = FindListing(sFileStamps(oStat));
-    return pListing != nullptr && pListing->IsComplete() && pListing->Find(sName) == nullptr;
+    if (pListing == nullptr || !pListing->IsComplete() || pListing->Find(sName) != nullptr)
+        return false;
+    RememberInSearch(sDirectory, pListing);
+    return true;
 }
 
 // Calls the system with the exact path, and when nothing is there with one that differs in case.
@@ -264,6 +278,12 @@ int CallWithPath(const CPath& oPath, eLastName eLast, TCall fnCall) noexcept
     if (oPath.GetError() != 0)
     {
         errno = oPath.GetError();
+        return -1;
+    }
+
+    if (eLast == eLastName::AnyCase && t_pSearch != nullptr && t_pSearch->IsMissing(oPath.View()))
+    {
+        errno = ENOENT;
         return -1;
     }
 
@@ -437,6 +457,38 @@ std::FILE* MakeStream(CDescriptor& oDescriptor, const char* pMode, std::span<cha
 }
 
 } // namespace
+
+// ---------------------------------------------------------------- searches
+
+System::CPathSearch::CPathSearch() noexcept : m_pOuter(std::exchange(t_pSearch, this)) {}
+
+System::CPathSearch::~CPathSearch()
+{
+    t_pSearch = m_pOuter;
+}
+
+void System::CPathSearch::Remember(std::string_view sDirectory, const CListingPtr& pListing) noexcept
+{
+    try
+    {
+        m_sDirectory = sDirectory;
+        m_pListing = pListing;
+    }
+    catch (const std::bad_alloc&)
+    {
+        m_pListing.reset();
+    }
+}
+
+bool System::CPathSearch::IsMissing(std::string_view sPath) const noexcept
+{
+    if (m_pListing == nullptr || !sPath.starts_with(m_sDirectory))
+        return false;
+
+    const std::string_view sBelow = sPath.substr(m_sDirectory.size());
+    const std::string_view sName = sBelow.substr(0, sBelow.find('/'));
+    return !sName.empty() && !IsDotOrDotDot(sName) && m_pListing->Find(sName) == nullptr;
+}
 
 // ---------------------------------------------------------------- shared files
 

@@ -455,6 +455,11 @@ std::string System::GetWorkingDirectory()
     return pPath != nullptr ? std::string(pPath.get()) : std::string();
 }
 
+// Names are found without regard to case by the system itself, at one question each.
+System::CPathSearch::CPathSearch() noexcept = default;
+
+System::CPathSearch::~CPathSearch() = default;
+
 System::CDirectoryMark::CDirectoryMark() noexcept : m_nDirectory(-1)
 {
     try
