@@ -2,6 +2,7 @@
 #include <Common/Platform/System/SystemMailSlotName.h>
 #include <Common/Platform/System/SystemProcess.h>
 
+#include <tests/support/Fork.h>
 #include <tests/support/RawMail.h>
 
 #include <gtest/gtest.h>
@@ -358,6 +359,63 @@ TEST_F(SystemMailSlot, AFullQueueRefusesWithinABoundedTimeAndTakesMailAgain)
     EXPECT_EQ(Read(nServer), "(none)");
     EXPECT_TRUE(Write(nClient, "again"));
     EXPECT_EQ(Read(nServer), "again");
+}
+
+TEST_F(SystemMailSlot, AClientThatSendsWithoutAPauseShutsNobodyOut)
+{
+    if (!AreFullMailQueuesTold())
+        GTEST_SKIP() << "this system tells no client that a queue is full";
+
+    const MailSlotHandle nServer = OpenServer();
+    const MailSlotHandle nLoud = OpenClient();
+    const MailSlotHandle nOther = OpenClient();
+
+    // As much as the server takes, and then as much as the system does.
+    System::sMailSlotInfo oInfo = {};
+    int nWaiting = 0;
+    for (unsigned long nBefore = 1; oInfo.nCount != nBefore;)
+    {
+        nBefore = oInfo.nCount;
+        while (nWaiting < 100'000 && Write(nLoud, "loud"))
+            ++nWaiting;
+        ASSERT_TRUE(System::QueryMailSlot(nServer, oInfo));
+    }
+    ASSERT_TRUE(Write(nOther, "other"));
+
+    // Wherever there is room, the loud one fills it.
+    bool bHeard = false;
+    for (int i = 0; i < 2 * nWaiting && !bHeard; ++i)
+    {
+        ASSERT_TRUE(System::QueryMailSlot(nServer, oInfo));
+        bHeard = Read(nServer) == "other";
+        Write(nLoud, "loud");
+    }
+    EXPECT_TRUE(bHeard);
+}
+
+TEST_F(SystemMailSlot, ACopyOfTheProcessOpensSlotsWhateverThreadsOfTheFirstOneDo)
+{
+    if (!HasFork())
+        GTEST_SKIP() << "this system makes no copies of a process";
+
+    std::atomic<bool> bEnd = false;
+    std::vector<std::thread> oThreads;
+    for (int i = 0; i < 3; ++i)
+        oThreads.emplace_back(
+            [&]
+            {
+                while (!bEnd)
+                    System::CloseMailSlot(System::OpenMailSlotClient(MailSlotName("*", m_sSlot).c_str()));
+            });
+    for (int i = 0; i < 500 && !HasFailure(); ++i)
+    {
+        EXPECT_EQ(
+            RunInFork([this] { return System::OpenMailSlotClient(MailSlotName("*", m_sSlot).c_str()) != 0 ? 7 : 8; }),
+            7);
+    }
+    bEnd = true;
+    for (std::thread& oThread : oThreads)
+        oThread.join();
 }
 
 TEST_F(SystemMailSlot, TheWrongEndIsRefused)

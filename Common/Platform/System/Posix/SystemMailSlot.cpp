@@ -7,12 +7,14 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,6 +26,7 @@
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <pthread.h>
 #include <strings.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -62,6 +65,8 @@ constexpr std::uint32_t FIRST_PORT = 20480;
 constexpr std::uint32_t PORT_COUNT = 8192;
 
 constexpr std::size_t MAX_QUEUED_MAIL = 4096;
+constexpr std::size_t MAX_MAIL_A_TURN = 16;
+constexpr std::size_t MAX_ROUNDS = MAX_QUEUED_MAIL / MAX_MAIL_A_TURN; // what is dropped fills no queue
 constexpr std::size_t MAX_CONNECTIONS = 256;
 constexpr int BUFFER_SIZE = 1 << 20; // asked for; the system gives what it allows
 constexpr int FULL_QUEUE_WAIT_MS = 100;
@@ -178,20 +183,29 @@ std::string MakeDatagram(const std::string& sSlot, const void* pData, std::size_
     return sDatagram;
 }
 
-// The interface that was named; nIndex is 0 while none is.
-struct sInterface
-{
-    int nIndex = 0;
-    std::string sName;
-};
+// The number of the interface that was named; 0 while none is.
+constinit std::atomic<int> g_nInterface = 0;
 
+// Held while the ends are brought to the interface. In a copy of the process it is free: a thread that held it at that
+// moment is not there to let it go.
 std::mutex g_oInterfaceMutex;
+pthread_once_t g_oInterfacePrepared = PTHREAD_ONCE_INIT;
 
-sInterface& TheInterface()
+class CInterfaceLock
 {
-    static sInterface& s_oInterface = *new sInterface; // outlives every static object that sends to the end
-    return s_oInterface;
-}
+public:
+    CInterfaceLock()
+    {
+        pthread_once(&g_oInterfacePrepared,
+                     [] { pthread_atfork(nullptr, nullptr, [] { new (&g_oInterfaceMutex) std::mutex; }); });
+        g_oInterfaceMutex.lock();
+    }
+
+    ~CInterfaceLock() { g_oInterfaceMutex.unlock(); }
+
+    CInterfaceLock(const CInterfaceLock&) = delete;
+    CInterfaceLock& operator=(const CInterfaceLock&) = delete;
+};
 
 class CMailSlotEnd
 {
@@ -204,7 +218,7 @@ public:
 
     virtual bool Query(sMailSlotInfo&) { return false; }
 
-    virtual bool UseInterface(const sInterface&) { return true; }
+    virtual bool UseInterface(int) { return true; }
 
     CMailSlotEnd(const CMailSlotEnd&) = delete;
     CMailSlotEnd& operator=(const CMailSlotEnd&) = delete;
@@ -260,11 +274,11 @@ public:
         return true;
     }
 
-    bool UseInterface(const sInterface& oInterface) override
+    bool UseInterface(int nInterface) override
     {
         const std::lock_guard oLock(m_oMutex);
         m_oNetwork.Close();
-        if (oInterface.nIndex == 0)
+        if (nInterface == 0)
             return true;
 
         CSocket oSocket = MakeSocket(AF_INET, SOCK_DGRAM);
@@ -276,12 +290,14 @@ public:
         oSocket.Set(SOL_SOCKET, SO_REUSEADDR, 1);
         oSocket.Set(IPPROTO_IP, IP_MULTICAST_ALL, 0);
         oSocket.Set(SOL_SOCKET, SO_RCVBUF, BUFFER_SIZE);
-        setsockopt(oSocket.Get(), SOL_SOCKET, SO_BINDTODEVICE, oInterface.sName.c_str(),
-                   static_cast<socklen_t>(oInterface.sName.size()));
+        char aName[IF_NAMESIZE];
+        if (if_indextoname(static_cast<unsigned>(nInterface), aName) == nullptr)
+            return false;
+        setsockopt(oSocket.Get(), SOL_SOCKET, SO_BINDTODEVICE, aName, static_cast<socklen_t>(std::strlen(aName)));
 
         ip_mreqn oMembership = {};
         oMembership.imr_multiaddr = GroupOf(m_sSlot);
-        oMembership.imr_ifindex = oInterface.nIndex;
+        oMembership.imr_ifindex = nInterface;
         in_addr oAny;
         oAny.s_addr = htonl(INADDR_ANY);
         const sockaddr_in oAddress = InternetAddress(oAny, PortOf(m_sSlot));
@@ -294,6 +310,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t FIRST_SOURCE = 1; // of m_oPolls
+
     // Moves what the system holds into the queue. What does not fit stays with the system, whose own limits then tell
     // the clients that the queue is full.
     void Collect()
@@ -309,14 +327,9 @@ private:
         if (poll(m_oPolls.data(), m_oPolls.size(), 0) <= 0)
             return;
 
-        const auto HasNews = [](const pollfd& oPoll) { return oPoll.revents != 0; };
-        auto itPoll = m_oPolls.cbegin() + 2;
-        std::erase_if(m_oConnections,
-                      [&](const CSocket& oConnection) { return HasNews(*itPoll++) && !CollectFrom(oConnection); });
-        if (HasNews(m_oPolls[0]))
+        if (m_oPolls[0].revents != 0)
             AcceptConnections();
-        if (HasNews(m_oPolls[1]))
-            CollectFromNetwork();
+        CollectInTurns();
 
         std::stable_sort(m_oQueue.begin() + static_cast<std::ptrdiff_t>(nOld), m_oQueue.end(),
                          [](const sMail& oFirst, const sMail& oSecond) { return oFirst.nStamp < oSecond.nStamp; });
@@ -329,29 +342,62 @@ private:
             CSocket oConnection(accept4(m_oListener.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
             if (oConnection.IsOpen())
             {
-                if (CollectFrom(oConnection))
-                    m_oConnections.push_back(std::move(oConnection));
+                m_oPolls.push_back({oConnection.Get(), POLLIN, POLLIN});
+                m_oConnections.push_back(std::move(oConnection));
             }
             else if (errno != EINTR && errno != ECONNABORTED)
                 break;
         }
     }
 
-    // False when the connection is at its end.
-    bool CollectFrom(const CSocket& oConnection)
+    // The network and the connections take turns, and the one that comes first is another one each time: whoever sends
+    // without a pause takes no room from the others.
+    void CollectInTurns()
     {
-        while (m_oQueue.size() < MAX_QUEUED_MAIL)
+        const std::size_t nCount = m_oPolls.size() - FIRST_SOURCE;
+        const std::size_t nFirst = m_nTurn++ % nCount;
+        bool bMore = true;
+        for (std::size_t nRound = 0; nRound < MAX_ROUNDS && bMore && m_oQueue.size() < MAX_QUEUED_MAIL; ++nRound)
+        {
+            bMore = false;
+            for (std::size_t i = 0; i < nCount; ++i)
+            {
+                const std::size_t nSource = (nFirst + i) % nCount;
+                pollfd& oPoll = m_oPolls[FIRST_SOURCE + nSource];
+                if (oPoll.revents == 0)
+                    continue;
+
+                const eRest nRest =
+                    nSource == 0 ? CollectFromNetwork() : CollectFromConnection(m_oConnections[nSource - 1]);
+                if (nRest == eRest::MayBe)
+                    bMore = true;
+                else
+                    oPoll.revents = 0;
+            }
+        }
+        std::erase_if(m_oConnections, [](const CSocket& oConnection) { return !oConnection.IsOpen(); });
+    }
+
+    // What is left behind after a turn.
+    enum class eRest : int
+    {
+        MayBe, // not all was asked for
+        None,
+    };
+
+    // Closes a connection that is at its end.
+    eRest CollectFromConnection(CSocket& oConnection)
+    {
+        for (std::size_t i = 0; i < MAX_MAIL_A_TURN && m_oQueue.size() < MAX_QUEUED_MAIL; ++i)
         {
             char aPacket[MAX_PACKET_SIZE + 1];
             const ssize_t nRead = recv(oConnection.Get(), aPacket, sizeof aPacket, MSG_DONTWAIT);
-            if (nRead == 0)
-                return false;
-            if (nRead == -1)
-            {
-                if (errno == EINTR)
-                    continue;
-                return errno == EAGAIN || errno == EWOULDBLOCK;
-            }
+            if (nRead == -1 && errno == EINTR)
+                continue;
+            if (nRead == 0 || (nRead == -1 && errno != EAGAIN && errno != EWOULDBLOCK))
+                oConnection.Close();
+            if (nRead <= 0)
+                return eRest::None;
 
             const auto nSize = static_cast<std::size_t>(nRead);
             if (nSize < STAMP_SIZE || nSize > MAX_PACKET_SIZE)
@@ -361,22 +407,23 @@ private:
             std::memcpy(&nStamp, aPacket, STAMP_SIZE);
             Queue(nStamp, std::string_view(aPacket + STAMP_SIZE, nSize - STAMP_SIZE));
         }
-        return true;
+        return eRest::MayBe;
     }
 
-    void CollectFromNetwork()
+    eRest CollectFromNetwork()
     {
-        while (m_oQueue.size() < MAX_QUEUED_MAIL)
+        for (std::size_t i = 0; i < MAX_MAIL_A_TURN && m_oQueue.size() < MAX_QUEUED_MAIL; ++i)
         {
             char aDatagram[MAX_DATAGRAM_SIZE + 1];
             const ssize_t nRead = recv(m_oNetwork.Get(), aDatagram, sizeof aDatagram, MSG_DONTWAIT);
             if (nRead == -1 && errno != EINTR)
-                return;
+                return eRest::None;
 
             std::string_view sMessage(aDatagram, nRead > 0 ? static_cast<std::size_t>(nRead) : 0);
             if (TakeFrame(sMessage) && sMessage.size() <= MAX_MAIL_SIZE)
                 Queue(ReadPerformanceCounter(), sMessage);
         }
+        return eRest::MayBe;
     }
 
     // Takes mark and name off a datagram; false when they are not ours.
@@ -405,7 +452,8 @@ private:
     CSocket m_oListener;
     CSocket m_oNetwork;
     std::vector<CSocket> m_oConnections;
-    std::vector<pollfd> m_oPolls;
+    std::vector<pollfd> m_oPolls; // the listener, the network, the connections
+    std::size_t m_nTurn = 0;
     std::deque<sMail> m_oQueue;
 };
 
@@ -533,20 +581,20 @@ public:
         return bSentHere && bSentOut && m_bInterfaceWorks;
     }
 
-    bool UseInterface(const sInterface& oInterface) override
+    bool UseInterface(int nInterface) override
     {
         const std::lock_guard oLock(m_oMutex);
         m_oNetwork.Close();
-        m_bInterfaceWorks = oInterface.nIndex == 0 || OpenNetwork(oInterface);
+        m_bInterfaceWorks = nInterface == 0 || OpenNetwork(nInterface);
         return m_bInterfaceWorks;
     }
 
 private:
-    bool OpenNetwork(const sInterface& oInterface)
+    bool OpenNetwork(int nInterface)
     {
         CSocket oSocket = MakeSocket(AF_INET, SOCK_DGRAM);
         ip_mreqn oOutgoing = {};
-        oOutgoing.imr_ifindex = oInterface.nIndex;
+        oOutgoing.imr_ifindex = nInterface;
         constexpr int THIS_NETWORK_ONLY = 1;
         if (!oSocket.IsOpen() || !oSocket.Set(IPPROTO_IP, IP_MULTICAST_IF, oOutgoing) ||
             !oSocket.Set(IPPROTO_IP, IP_MULTICAST_LOOP, 0) ||
@@ -668,8 +716,8 @@ MailSlotHandle AddWithInterface(std::unique_ptr<CMailSlotEnd> pEnd)
     const MailSlotTable::CPin oPin(g_oSlots, nSlot);
     if (oPin)
     {
-        const std::lock_guard oLock(g_oInterfaceMutex);
-        (*oPin)->UseInterface(TheInterface());
+        const CInterfaceLock oLock;
+        (*oPin)->UseInterface(g_nInterface);
     }
     return nSlot;
 }
@@ -730,28 +778,27 @@ bool QueryMailSlot(MailSlotHandle nServer, sMailSlotInfo& oInfo)
 
 bool SetMailSlotInterface(const char* pInterface)
 {
-    sInterface oInterface;
+    int nInterface = 0;
     if (pInterface != nullptr && *pInterface != '\0')
     {
-        oInterface.sName = pInterface;
-        oInterface.nIndex = static_cast<int>(if_nametoindex(pInterface));
-        if (oInterface.nIndex == 0)
+        nInterface = static_cast<int>(if_nametoindex(pInterface));
+        if (nInterface == 0)
             return false;
 
         ifreq oRequest = {};
-        oInterface.sName.copy(oRequest.ifr_name, sizeof oRequest.ifr_name - 1);
+        std::strncpy(oRequest.ifr_name, pInterface, sizeof oRequest.ifr_name - 1);
         const CSocket oSocket = MakeSocket(AF_INET, SOCK_DGRAM);
         if (ioctl(oSocket.Get(), SIOCGIFFLAGS, &oRequest) != 0)
             return false;
         if ((oRequest.ifr_flags & IFF_LOOPBACK) != 0)
-            oInterface = sInterface();
+            nInterface = 0;
     }
 
-    const std::lock_guard oLock(g_oInterfaceMutex);
-    TheInterface() = oInterface;
+    const CInterfaceLock oLock;
+    g_nInterface = nInterface;
 
     bool bUsed = true;
-    g_oSlots.ForEach([&](CMailSlotEnd* pEnd) { bUsed = pEnd->UseInterface(oInterface) && bUsed; });
+    g_oSlots.ForEach([&](CMailSlotEnd* pEnd) { bUsed = pEnd->UseInterface(nInterface) && bUsed; });
     return bUsed;
 }
 } // namespace System
