@@ -168,6 +168,21 @@ private:
     std::size_t m_nFilled = 0;
 };
 
+/// Goes the way of the stream: what Serialize() does, whatever the property.
+///
+/// @param fnLoad   loads from the stream
+/// @param fnStore  stores by a CStreamWriter
+template <class TLoad, class TStore>
+void SerializeRecord(CVQDataStream& oStream, TLoad fnLoad, TStore fnStore)
+{
+    if (!oStream.IsStoring())
+        return fnLoad();
+
+    CStreamWriter oWriter(oStream);
+    fnStore(oWriter);
+    oWriter.Flush();
+}
+
 /// Writes records to a file, in larger pieces than their values are. A file object of a class that the library does not
 /// know gets each value by the operation of its type, which the class may have overridden.
 class CFileWriter

@@ -71,15 +71,8 @@ bool CVQProperty::CanSerialize() const
 
 void CVQProperty::Serialize(CVQDataStream& oStream)
 {
-    if (!oStream.IsStoring())
-    {
-        Load(oStream, 1);
-        return;
-    }
-
-    CStreamWriter oWriter(oStream);
-    Store(oWriter, 1);
-    oWriter.Flush();
+    SerializeRecord(
+        oStream, [&] { Load(oStream, 1); }, [&](CStreamWriter& oWriter) { Store(oWriter, 1); });
 }
 
 int CVQProperty::GetDataFormatVersion()

@@ -30,15 +30,8 @@ CVQPropertyList::~CVQPropertyList() = default;
 
 void CVQPropertyList::Serialize(CVQDataStream& oStream)
 {
-    if (!oStream.IsStoring())
-    {
-        Load(oStream, 1);
-        return;
-    }
-
-    CStreamWriter oWriter(oStream);
-    Store(oWriter, 1);
-    oWriter.Flush();
+    SerializeRecord(
+        oStream, [&] { Load(oStream, 1); }, [&](CStreamWriter& oWriter) { Store(oWriter, 1); });
 }
 
 CVQPropertyList::CVQPropertyList() noexcept = default;

@@ -26,15 +26,8 @@ CVQPropertyStruct::~CVQPropertyStruct() = default;
 
 void CVQPropertyStruct::Serialize(CVQDataStream& oStream)
 {
-    if (!oStream.IsStoring())
-    {
-        Load(oStream, 1);
-        return;
-    }
-
-    CStreamWriter oWriter(oStream);
-    Store(oWriter, 1);
-    oWriter.Flush();
+    SerializeRecord(
+        oStream, [&] { Load(oStream, 1); }, [&](CStreamWriter& oWriter) { Store(oWriter, 1); });
 }
 
 CVQPropertyStruct::CVQPropertyStruct() noexcept = default;
