@@ -6,39 +6,20 @@
 // and brackets its parts for the profiler.
 
 #include "Console.h"
+#include "Ghost.h"
 #include "Loading.h"
-#include "Picture.h"
-#include "SaveGame.h"
-#include "Settings.h"
+#include "Saves.h"
 
-#include <Common/DebugStatistics/VQDebugStatisticsInterpreter.h>
-#include <Common/Profile/VQProfiler.h>
-#include <Common/Profile/VQTimer.h>
-
-#include <map>
 #include <optional>
 
-/// The profiler, and what of the frame it takes for itself, in percent.
-class CGameProfiler : public CVQProfiler
+/// The profiler, which also tells what a pair of its calls costs.
+struct sGameProfiler : CVQProfiler
 {
-public:
-    /// Share of a region; 0 when there is none of the name.
-    double GetShare(const char* pRegion) const
-    {
-        const int nIndex = GetSampleIndexByName(pRegion);
-        return nIndex != -1 ? static_cast<double>(GetSample(nIndex).m_fPercentage) : 0.0;
-    }
-
-    /// Share of its own calls, of which each takes as long as it has measured before.
-    double GetOwnShare() const
-    {
-        const auto dFrame = static_cast<double>(GetSample(GetSampleIndexByName("MainLoop")).m_nTotalCycles);
-        return static_cast<double>(GetRawSamples().size()) / 2 * m_nSampleOverhead / dFrame * 100;
-    }
+    using CVQProfiler::m_nSampleOverhead;
 };
 
 /// The game at a terminal; what plays by itself derives from it.
-class CApplication : private IVQDebugStatisticsInterpreter
+class CApplication
 {
 public:
     /// Loads everything. What has no terminal is drawn for nobody.
@@ -46,28 +27,29 @@ public:
     {
         s_pThis = this;
         HOOK_SetMessageBox(&OnMessageBox);
-        Present(); // takes the size of the terminal
         for (const int nChannel : {GAME_TIME, REAL_TIME})
         {
             m_oTimer.DefineChannel(nChannel, nChannel == GAME_TIME ? "game" : "real");
             m_oTimer.EnableFrameTime(nChannel);
             m_oTimer.Start(nChannel);
         }
-        if (!m_oSettings.Load())
-            CJournal::Report(ecWarning, "the settings are damaged: the game begins with its own");
+        Present(); // takes the size of the terminal
+        const std::string sError = m_oSettings.Load();
+        if (!sError.empty())
+            CJournal::Report(ecWarning, "the settings: " + sError);
         UseLanguage(m_pTerminal != nullptr ? m_oSettings.GetInt("Language", CTexts::LANGUAGE_COUNT - 1) : 0);
         Load();
         StartLevel(0);
     }
 
-    ~CApplication() override { HOOK_SetMessageBox(nullptr); }
+    ~CApplication() { HOOK_SetMessageBox(nullptr); }
 
     /// The game until the player ends it.
     void Play()
     {
         m_oGhost.emplace("lander");
         if (m_oGhost->IsSecond())
-            Say(Text(textSecondPlayer));
+            Say(Text(TEXT_SECOND_PLAYER));
         for (std::int64_t nPlayed = 0; !m_bQuit;)
         {
             m_oTimer.UpdateAll();
@@ -78,7 +60,7 @@ public:
 
         if (m_bLost) // the player did not mean to end it
             SaveFlight();
-        m_oSettings.SetInt("Language", CTexts::GetLanguage());
+        m_oSettings.SetInt("Language", CTexts::s_nLanguage);
         m_oSettings.SetInt("Best", std::max(m_oSettings.GetInt("Best", INT32_MAX), m_oGame.GetFlight().m_nScore));
         const std::string sError = m_oSettings.Save();
         CJournal::Report(sError.empty() ? ecInfo : ecError, sError.empty() ? "the game ends" : sError);
@@ -88,33 +70,38 @@ protected:
     static constexpr int GAME_TIME = 0; // stands still in a pause
     static constexpr int REAL_TIME = 1; // does not
 
-    // The regions of a frame come in the same order every time, as the light profiler wants it.
     void PlayFrame(int nTicks)
     {
-        m_oConsole.BeginFrame();
+        // Without a terminal a frame takes some thousand cycles, and to measure a part of it takes fifty: only what the
+        // demo is asked about is worth that.
+        const auto In = [this](const char* pRegion, auto fnWork)
+        { m_pTerminal != nullptr ? m_oConsole.Measure(pRegion, fnWork) : fnWork(); };
+        const auto Frame = [&]
         {
-            const CRegion oFrame("MainLoop");
             In("Wait", [&] { WaitForFrame(); });
             In("Input", [&] { PressKeys(); });
             In("Game", [&] { PlayTicks(nTicks); });
             In("Ghost", [&] { TalkToGhost(nTicks); });
             In("Draw", [&] { Draw(); });
-            In("Console", [&] { m_oConsole.Draw(m_oScreen); });
+            if (CConsole::IsShown())
+                m_oConsole.Measure("Console", [&] { m_oConsole.Draw(m_oPicture, m_oTimer.GetFPS(REAL_TIME)); });
             In("Present", [&] { Present(); });
-        }
-        m_oConsole.EndFrame((m_oTimer.GetTime(REAL_TIME) - m_oTimer.GetFrameTime(REAL_TIME)) * 1000);
+        };
+        m_oConsole.NextFrame();
+        m_oConsole.Measure("MainLoop", Frame);
         if (m_nProfiled > 0 && --m_nProfiled == 0)
         {
             m_oProfiler.EndSession(true, true); // writes the report and opens it
-            Say(Text(textReport));
+            Say(Text(TEXT_REPORT));
         }
     }
 
     /// Goes on after a flight: to the next level, or to the same once more.
     void GoOn()
     {
-        if (m_oGame.GetFlight().m_nState != flightFlying)
-            StartLevel(m_nLevel + (m_oGame.GetFlight().m_nState == flightLanded ? 1 : 0));
+        const sFlight& o = m_oGame.GetFlight();
+        if (o.m_nState != FLIGHT_FLYING)
+            StartLevel(o.m_nLevel + (o.m_nState == FLIGHT_LANDED ? 1 : 0));
     }
 
     void BeginProfile(const char* pName)
@@ -124,49 +111,39 @@ protected:
     }
 
     CTerminal* m_pTerminal;
-    CScreen m_oScreen;
     CVQTimer m_oTimer;
-    CGameProfiler m_oProfiler;
+    sGameProfiler m_oProfiler;
     CGame m_oGame;
-    int m_nLevel = 0;
-    std::vector<int> m_aKeys;
+    std::string m_sTyped;        // keys that were not looked at yet
     std::uint64_t m_nOutput = 0; // bytes
 
 private:
     const char* GetSaveFile() const { return m_pTerminal != nullptr ? "lander.sav" : "demo.sav"; }
-
-    template <class TWork>
-    static void In(const char* pRegion, TWork fnWork)
-    {
-        const CRegion oRegion(pRegion);
-        fnWork();
-    }
 
     void Load()
     {
         CLoader oLoader(m_oSettings.GetInt("Levels", 99));
         while (m_pTerminal != nullptr && !oLoader.IsDone() && !m_bQuit)
         {
-            const auto [fProgress, sName] = oLoader.GetProgress();
-            m_oPicture.DrawLoading(fProgress, sName);
+            m_oPicture.DrawLoading(oLoader.GetProgress());
             Present();
             WaitForFrame();
         }
         m_oData = oLoader.Take();
+        m_oCommands["level"].m_fMost = static_cast<float>(m_oData.m_aLevels.size());
         for (const std::string& sError : m_oData.m_aErrors)
             CJournal::Report(ecError, sError);
         if (!m_oData.m_aErrors.empty())
-            Say(std::to_string(m_oData.m_aErrors.size()) + ' ' + Text(textLevelErrors));
+            Say(Text(TEXT_LEVEL_ERRORS) + std::to_string(m_oData.m_aErrors.size()));
         CJournal::Report(ecInfo, std::to_string(m_oData.m_aLevels.size()) + " levels were loaded");
     }
 
-    void StartLevel(std::int32_t nLevel)
+    void StartLevel(int nLevel)
     {
-        constexpr std::uint32_t SEED = 1969;
-        m_nLevel = nLevel < static_cast<int>(m_oData.m_aLevels.size()) ? nLevel : 0;
-        const auto nIndex = static_cast<std::uint32_t>(m_nLevel);
-        m_oGame.Start(&m_oData.m_aLevels[nIndex], SEED + nIndex);
-        CJournal::Report(ecMessage, "level " + std::to_string(m_nLevel + 1) + ": " + m_oGame.GetLevel().m_sName);
+        constexpr std::int32_t SEED = 1969;
+        nLevel = nLevel < static_cast<int>(m_oData.m_aLevels.size()) ? nLevel : 0;
+        m_oGame.Start(&m_oData.m_aLevels[static_cast<std::size_t>(nLevel)], nLevel, SEED + nLevel);
+        CJournal::Report(ecMessage, "level " + std::to_string(nLevel + 1) + ": " + m_oGame.GetLevel().m_sName);
     }
 
     // Frames are due at even distances; one that comes late moves all that follow. Keys are what is slept over.
@@ -174,35 +151,32 @@ private:
     {
         using namespace std::chrono;
         constexpr std::size_t MOST_KEYS = 256; // who leans on the keyboard loses the others
-        m_oDue = std::max(m_oDue + nanoseconds(seconds(1)) / TICKS_A_SECOND, steady_clock::now());
+        m_oDue = std::max(m_oDue + nanoseconds(seconds(1)) / TICKS_A_SECOND, Clock::now());
         for (milliseconds oLeft(1); m_pTerminal != nullptr && !m_bQuit && oLeft.count() > 0;)
         {
-            oLeft = ceil<milliseconds>(m_oDue - steady_clock::now());
-            if (!m_pTerminal->ReadKeys(static_cast<int>(std::clamp<long long>(oLeft.count(), 0, 100)), m_aKeys))
+            oLeft = ceil<milliseconds>(m_oDue - Clock::now());
+            if (!CTerminal::Read(static_cast<int>(std::clamp<long long>(oLeft.count(), 0, 100)), m_sTyped))
                 m_bLost = m_bQuit = true;
-            m_aKeys.resize(std::min(m_aKeys.size(), MOST_KEYS));
+            if (std::erase(m_sTyped, '\f') > 0)
+                m_oPicture.Forget();
+            m_sTyped.resize(std::min(m_sTyped.size(), MOST_KEYS));
         }
-    }
-
-    // One by one: a key may open a message box, for which those behind it are meant.
-    int TakeKey()
-    {
-        const int nKey = m_aKeys.front();
-        m_aKeys.erase(m_aKeys.begin());
-        return nKey;
     }
 
     void PressKeys()
     {
-        while (!m_aKeys.empty())
+        while (!m_sTyped.empty()) // one by one: a key may open a message box, for which those behind it are meant
         {
-            const int nKey = TakeKey();
-            if (nKey == keyTab)
+            const int nKey = CTerminal::TakeKey(m_sTyped);
+            std::string sUnknown;
+            if (nKey == '\t')
                 m_oConsole.Show(!CConsole::IsShown());
             else if (CConsole::IsShown())
-                m_oConsole.PressKey(nKey);
-            else if (const auto itKey = m_oKeys.find(nKey); itKey != m_oKeys.end())
-                itKey->second();
+                sUnknown = m_oConsole.PressKey(nKey);
+            else if (const auto itKey = KEYS.find(nKey); itKey != KEYS.end())
+                m_oConsole.Do(itKey->second);
+            if (!sUnknown.empty())
+                Say(Text(TEXT_UNKNOWN) + sUnknown);
         }
     }
 
@@ -212,12 +186,10 @@ private:
         const std::int32_t nState = o.m_nState;
         for (int i = 0; i < nTicks; ++i)
             m_oGame.Tick();
-        if (o.m_nState == nState)
-            return;
-        const bool bLanded = o.m_nState == flightLanded;
-        CJournal::Report(ecDump, "flight of " + std::to_string(o.m_nTick) + " ticks");
-        CJournal::Report(bLanded ? ecGameMessage : ecNote,
-                         bLanded ? "landed: score " + std::to_string(o.m_nScore) : "crashed");
+        if (o.m_nState != nState && o.m_nState == FLIGHT_LANDED)
+            CJournal::Report(ecGameMessage, "landed: score " + std::to_string(o.m_nScore));
+        else if (o.m_nState != nState)
+            CJournal::Report(ecNote, "crashed");
     }
 
     void TalkToGhost(int nTicks)
@@ -227,22 +199,16 @@ private:
             return;
         m_nOtherAge = m_oGhost->Receive(m_oOther) ? 0 : m_nOtherAge + 1;
         if (nTicks > 0 && m_oGame.GetFlight().m_nTick % BETWEEN < nTicks)
-            m_oGhost->Send(GetShip());
-    }
-
-    CGhost::sShip GetShip() const
-    {
-        const sFlight& o = m_oGame.GetFlight();
-        return {m_nLevel, o.m_nX, o.m_nY, o.m_nTilt};
+            m_oGhost->Send(m_oGame.GetFlight());
     }
 
     void Draw()
     {
         const sFlight& o = m_oGame.GetFlight();
         m_oPicture.DrawGround(m_oGame.GetLevel());
-        if (m_nOtherAge < TICKS_A_SECOND && m_oOther.m_nLevel == m_nLevel)
-            m_oPicture.DrawShip(m_oOther, 0, colourGhost);
-        m_oPicture.DrawShip(GetShip(), o.m_nThrottle, o.m_nState == flightCrashed ? colourBad : colourBright);
+        if (m_nOtherAge < TICKS_A_SECOND && m_oOther.m_nLevel == o.m_nLevel)
+            m_oPicture.DrawShip(m_oOther, COLOUR_GHOST);
+        m_oPicture.DrawShip(o, o.m_nState == FLIGHT_CRASHED ? COLOUR_BAD : COLOUR_BRIGHT);
         if (m_nMessage > 0 && --m_nMessage == 0)
             m_sMessage.clear();
         m_oPicture.DrawTexts(m_oGame, m_oTimer.GetFPS(REAL_TIME), m_oTimer.IsPaused(GAME_TIME), m_sMessage);
@@ -250,17 +216,12 @@ private:
 
     void Present()
     {
-        const std::string_view sBytes = m_oScreen.Present();
+        const std::string_view sBytes = m_oPicture.Present();
         m_nOutput += sBytes.size();
-        int nWidth = 120;
-        int nHeight = 40;
-        if (m_pTerminal != nullptr)
-        {
-            if (!m_pTerminal->Write(sBytes))
-                m_bLost = m_bQuit = true;
-            m_pTerminal->GetSize(nWidth, nHeight);
-        }
-        m_oScreen.SetSize(nWidth, nHeight, std::exchange(m_bDrawAnew, false));
+        if (m_pTerminal != nullptr && !CTerminal::Write(sBytes))
+            m_bLost = m_bQuit = true;
+        const auto [nWidth, nHeight] = m_pTerminal != nullptr ? CTerminal::GetSize() : std::pair(120, 40);
+        m_oPicture.SetSize(nWidth, nHeight);
     }
 
     void Say(const std::string& sText)
@@ -271,79 +232,54 @@ private:
 
     void UseLanguage(int nLanguage)
     {
-        CTexts::SetLanguage(nLanguage % CTexts::LANGUAGE_COUNT);
-        Say(Text(textLanguage));
+        CTexts::s_nLanguage = nLanguage % CTexts::LANGUAGE_COUNT;
+        Say(Text(TEXT_LANGUAGE));
     }
 
     void SaveFlight()
     {
-        const std::string sBytes = sSaveGame{m_nLevel, m_oGame.GetFlight()}.Pack();
+        const std::string sBytes = CSavedGame::Pack(m_oGame.GetFlight());
         const auto nSize = static_cast<unsigned long>(sBytes.size());
         const std::string sError =
             SaveSafely(GetSaveFile(), [&](CFileIO& oFile) { return oFile.Write(sBytes.data(), nSize); });
         if (!sError.empty())
             CJournal::Report(ecError, sError);
-        Say(sError.empty() ? Text(textSaved) : Text(textNotSaved) + sError);
+        Say(sError.empty() ? Text(TEXT_SAVED) : Text(TEXT_NOT_SAVED) + sError);
     }
 
-    void LoadFlight(const std::string& sName)
+    void LoadFlight(const char* pName)
     {
-        try
+        const auto Load = [&]
         {
-            sSaveGame oSaved;
-            const bool bRight = oSaved.Unpack(CAssets::Read(sName), static_cast<int>(m_oData.m_aLevels.size()));
-            Say(Text(bRight ? textLoaded : textDamagedSave));
-            if (!bRight)
-                return CJournal::Report(ecCriticalError, sName + ": is damaged");
-            m_nLevel = oSaved.m_nLevel;
-            m_oGame.Resume(&m_oData.m_aLevels[static_cast<std::size_t>(m_nLevel)], oSaved.m_oFlight);
-        }
-        catch (const CVQException& oError)
-        {
-            CJournal::Report(ecWarning, sName + ": " + oError.GetErrorString());
-            Say(Text(textNothingSaved));
-        }
-    }
-
-    bool Interpret(const CVQString& oCommand) override
-    {
-        const int nBlank = oCommand.Find(' ');
-        const CVQString oWord = nBlank != -1 ? oCommand.Left(nBlank) : oCommand;
-        const CVQString oValue = nBlank != -1 ? oCommand.Mid(nBlank + 1) : "";
-        const int nLevel = oValue.ToInt(10);
-        if (oWord == "gravity" && !oValue.IsEmpty())
-            m_oGame.Gravity() = static_cast<int>(std::lround(std::clamp(oValue.ToFloat(), 0.0F, 20.0F) * 1000));
-        else if (oWord == "level" && nLevel >= 1 && nLevel <= static_cast<int>(m_oData.m_aLevels.size()))
-            StartLevel(nLevel - 1);
-        else if (oWord == "help")
-            Say(Text(textHelp));
-        else if (oWord == "quit")
-            m_bQuit = true;
-        else
-            return false; // not ours: the control that has the focus may take it
-        CJournal::Report(ecDump, std::string("command ") + ~oCommand);
-        return true;
+            const sFlight oFlight =
+                CSavedGame::Unpack(CAssets::Read(pName), static_cast<int>(m_oData.m_aLevels.size()));
+            m_oGame.Resume(&m_oData.m_aLevels[static_cast<std::size_t>(oFlight.m_nLevel)], oFlight);
+        };
+        const std::string sError = GetError(Load);
+        if (!sError.empty())
+            CJournal::Report(ecCriticalError, std::string(pName) + ": " + sError);
+        Say(sError.empty() ? Text(TEXT_LOADED) : Text(TEXT_NOT_LOADED) + sError);
     }
 
     // The game draws its own boxes: those of assertions, and those that the library shows.
     static eMessageBoxAnswer OnMessageBox(const char* pText, const char* pCaption, eMessageBoxKind nKind)
     {
         const bool bAsks = nKind == mbkYesNoCancel;
-        const std::map<int, eMessageBoxAnswer> oAnswers =
-            bAsks ? std::map<int, eMessageBoxAnswer>{{'y', mbaYes}, {'n', mbaNo}, {'c', mbaCancel}}
-                  : std::map<int, eMessageBoxAnswer>{{keyEnter, mbaOk}, {keyEscape, mbaOk}};
+        using Answers = std::map<int, eMessageBoxAnswer>;
+        const Answers oAnswers =
+            bAsks ? Answers{{'y', mbaYes}, {'n', mbaNo}, {'c', mbaCancel}} : Answers{{'\n', mbaOk}, {'\x1b', mbaOk}};
         for (CApplication& o = *s_pThis; o.m_pTerminal != nullptr && !o.m_bQuit; o.WaitForFrame())
         {
-            while (!o.m_aKeys.empty())
+            while (!o.m_sTyped.empty())
             {
-                const auto itAnswer = oAnswers.find(o.TakeKey());
+                const auto itAnswer = oAnswers.find(CTerminal::TakeKey(o.m_sTyped));
                 if (itAnswer == oAnswers.end())
                     continue;
-                if (itAnswer->second == mbaNo || itAnswer->second == mbaCancel) // either ends the program
-                    CTerminal::Restore(), CJournal::End();
+                if (bAsks && itAnswer->first != 'y') // both others end the program
+                    CTerminal::Restore();
                 return itAnswer->second;
             }
-            o.m_oPicture.DrawBox(pCaption, pText, bAsks ? textAnswers : textContinue);
+            o.m_oPicture.DrawBox(pCaption, pText, bAsks ? TEXT_ANSWERS : TEXT_CONTINUE);
             o.Present();
         }
         return bAsks ? mbaYes : mbaOk;
@@ -351,39 +287,41 @@ private:
 
     static inline CApplication* s_pThis = nullptr; // for the hook, which has no argument of ours
 
-    const std::map<int, std::function<void()>> m_oKeys = {
-        {'w', [this] { m_oGame.Throttle(1); }},
-        {'s', [this] { m_oGame.Throttle(-1); }},
-        {'a', [this] { m_oGame.Tilt(-1); }},
-        {'d', [this] { m_oGame.Tilt(1); }},
-        {keyUp, [this] { m_oGame.Throttle(1); }},
-        {keyDown, [this] { m_oGame.Throttle(-1); }},
-        {keyLeft, [this] { m_oGame.Tilt(-1); }},
-        {keyRight, [this] { m_oGame.Tilt(1); }},
-        {' ', [this] { m_oGame.Throttle(-CGame::MOST_THROTTLE); }},
-        {keyEnter, [this] { GoOn(); }},
-        {'p', [this] { m_oTimer.IsPaused(GAME_TIME) ? m_oTimer.Continue(GAME_TIME) : m_oTimer.Pause(GAME_TIME); }},
-        {'g', [this] { UseLanguage(CTexts::GetLanguage() + 1); }},
-        {'x', [this] { SaveFlight(); }},
-        {'o', [this] { LoadFlight(GetSaveFile()); }},
-        {'v', [this] { LoadFlight("saves/old.sav"); }}, // of an older version, to see that it still loads
-        {'f', [this] { BeginProfile("lander"), m_nProfiled = 300, Say(Text(textProfiling)); }},
-        {'b', [this] { VQ_ASSERT(m_oGame.GetFlight().m_nFuel < 0, "the key for a failed assertion"); }},
-        {'q', [this] { m_bQuit = true; }},
-        {keyDrawAnew, [this] { m_bDrawAnew = true; }},
-    };
+    // All that can be done has a name, which is a command of the console. Keys are short for some.
+    static inline const std::map<int, const char*> KEYS = {
+        {'w', "thrust 1"},       {'s', "thrust -1"},    {'a', "tilt -1"},      {'d', "tilt 1"},    {KEY_UP, "thrust 1"},
+        {KEY_DOWN, "thrust -1"}, {KEY_LEFT, "tilt -1"}, {KEY_RIGHT, "tilt 1"}, {' ', "thrust -4"}, {'\n', "next"},
+        {'p', "pause"},          {'g', "language"},     {'x', "save"},         {'o', "load"},      {'v', "old"},
+        {'f', "profile"},        {'b', "assert"},       {'q', "quit"}};
+    Commands m_oCommands = {
+        {"thrust", {[this](float fSteps) { m_oGame.Throttle(static_cast<int>(fSteps)); }, -4, 4}},
+        {"tilt", {[this](float fSteps) { m_oGame.Tilt(static_cast<int>(fSteps)); }, -6, 6}},
+        {"gravity",
+         {[this](float fValue) { m_oGame.Gravity() = static_cast<int>(std::lround(fValue * 1000)); }, 0, 20}},
+        {"level", {[this](float fNumber) { StartLevel(static_cast<int>(fNumber) - 1); }, 1, 1}},
+        {"unbreakable", {[this](float) { m_oGame.Unbreakable() = !m_oGame.Unbreakable(); }}},
+        {"language", {[this](float) { UseLanguage(CTexts::s_nLanguage + 1); }}},
+        {"next", {[this](float) { GoOn(); }}},
+        {"pause",
+         {[this](float) { m_oTimer.IsPaused(GAME_TIME) ? m_oTimer.Continue(GAME_TIME) : m_oTimer.Pause(GAME_TIME); }}},
+        {"save", {[this](float) { SaveFlight(); }}},
+        {"load", {[this](float) { LoadFlight(GetSaveFile()); }}},
+        {"old", {[this](float) { LoadFlight("saves/old.sav"); }}}, // of an older version, to see that it still loads
+        {"profile", {[this](float) { BeginProfile("lander"), m_nProfiled = 300; }}},
+        {"assert", {[this](float) { VQ_ASSERT(m_oGame.GetFlight().m_nFuel < 0, "the key for a failed assertion"); }}},
+        {"help", {[this](float) { Say(Text(TEXT_HELP)); }}},
+        {"quit", {[this](float) { m_bQuit = true; }}}};
     CSettings m_oSettings;
     sGameData m_oData;
-    CPicture m_oPicture{m_oScreen, m_oData.m_aShip};
-    CConsole m_oConsole{m_oGame.Gravity(), m_oGame.Unbreakable(), [] { return Text(textLanguage); },
-                        [this](const CVQString&) { UseLanguage(CTexts::GetLanguage() + 1); }};
-    std::chrono::steady_clock::time_point m_oDue; // of the next frame
+    CPicture m_oPicture{m_oData.m_aShip};
+    CConsole m_oConsole{m_oGame, m_oCommands};
+    Clock::time_point m_oDue; // of the next frame
     std::optional<CGhost> m_oGhost;
-    CGhost::sShip m_oOther;
-    int m_nOtherAge = 0;
-    int m_nProfiled = 0; // frames until the report
+    sFlight m_oOther;
+    int m_nOtherAge = TICKS_A_SECOND; // frames since it was heard of
+    int m_nProfiled = 0;              // frames until the report
     std::string m_sMessage;
     int m_nMessage = 0; // frames that it is still shown
-    bool m_bDrawAnew = false, m_bQuit = false;
+    bool m_bQuit = false;
     bool m_bLost = false; // the terminal is gone, or a signal has come
 };

@@ -1,24 +1,67 @@
 #pragma once
 
-// Shows: the debug console (Common/DebugStatistics) with controls of the game's own, and the light profiler
-// (Common/Profile/VQProfilerOld.h) on a page of it.
+// Shows: the debug console (Common/DebugStatistics) with controls and commands of the game's own, the light profiler
+// (Common/Profile/VQProfilerOld.h) on a page of it, and the log (Common/Debug/Log.h) with its classes and outputs.
 // Why: who builds a game wants to see and change its values while it runs. The library keeps pages, focus and command
-// line; a control of one's own takes a few lines, and the drawing is the game's.
+// line; a control of one's own takes a few lines, and the drawing is the game's. Reports go to the file Lander.log and
+// to every monitor that listens (run vqlog in a second terminal), never to the standard error of the terminal that the
+// picture is on: what the library sends there comes to a page of the console instead.
 
-#include "Journal.h"
-#include "Screen.h"
+#include "Picture.h"
 #include "Terminal.h"
 
-#include <Common/DebugStatistics/VQDebugStatistics.h>
-#include <Common/DebugStatistics/VQDebugStatisticsPage.h>
-#include <Common/DebugStatistics/VQDebugStatisticsSeparator.h>
-#include <Common/Profile/VQProfilerOld.h>
-
 #include <array>
-#include <cmath>
-#include <functional>
-#include <map>
-#include <utility>
+#include <list>
+
+/// Reports, and the last lines of them.
+class CJournal
+{
+public:
+    /// Takes what the library reports, up to the end of the program.
+    static void Begin()
+    {
+        HOOK_SetDebuggerOutput([](const char* pText) { Keep(pText); });
+        std::atexit([] { HOOK_SetDebuggerOutput(nullptr); });
+    }
+
+    /// Reports what happened. Belongs to the main thread, as the profiler that measures it.
+    static void Report(eErrorClass nClass, const std::string& sText)
+    {
+        const CVQProfileSample oSample("Log");
+        ++s_nReports;
+        _VQ_Log_Fn("samples/lander", "Lander", "game", __LINE__, 0, LOG_FILE | LOG_NETWORK,
+                   static_cast<unsigned long>(nClass), "%s", sText.c_str());
+        Keep(sText + '\n');
+    }
+
+    /// Adds lines to the last ones, on any thread, and gives those.
+    static std::string Keep(const std::string& sNew)
+    {
+        constexpr std::size_t MOST_BYTES = 600;
+        s_oLock.Enter();
+        s_sLines += sNew;
+        if (s_sLines.size() > MOST_BYTES)
+            s_sLines.erase(0, s_sLines.find('\n', s_sLines.size() - MOST_BYTES) + 1);
+        std::string sLines = s_sLines;
+        s_oLock.Leave();
+        return sLines;
+    }
+
+    static inline unsigned s_nReports = 0;
+
+private:
+    static inline CVQCriticalSection s_oLock;
+    static inline std::string s_sLines;
+};
+
+/// What a command does with its number, and the numbers that it takes: by itself none.
+struct sCommand
+{
+    std::function<void(float)> m_fnDo;
+    float m_fLeast = 1, m_fMost = 0;
+};
+
+using Commands = std::map<std::string, sCommand>;
 
 /// A line of a page, "LABEL: VALUE", of which the game says how it shows itself and what it does with what is typed.
 class CControl : public CVQDebugStatisticsControl
@@ -27,8 +70,8 @@ public:
     using Get = std::function<std::string()>;
     using Set = std::function<void(const CVQString&)>;
 
-    CControl(CVQDebugStatisticsPage& oPage, const char* pLabel, Get fnGet, Set fnSet = nullptr)
-        : CVQDebugStatisticsControl(pLabel, &oPage), m_fnGet(std::move(fnGet)), m_fnSet(std::move(fnSet))
+    CControl(CVQDebugStatisticsPage& oPage, const char* pLabel, const Get& fnGet, const Set& fnSet)
+        : CVQDebugStatisticsControl(pLabel, &oPage), m_fnGet(fnGet), m_fnSet(fnSet)
     {
         oPage.AddChild(this);
     }
@@ -38,74 +81,39 @@ public:
         return CopyText((GetLabel() + m_fnGet() + '\n').c_str(), pBuffer, nRemaining);
     }
 
-    bool CanEdit() const override { return m_fnSet != nullptr; }
-
-    void SetValueFromString(const CVQString& oText) override
-    {
-        if (CanEdit())
-            m_fnSet(oText);
-    }
+    void SetValueFromString(const CVQString& oText) override { m_fnSet(oText); }
 
 private:
-    Get m_fnGet;
-    Set m_fnSet;
+    const Get m_fnGet;
+    const Set m_fnSet;
 };
 
-/// Brackets a part of the frame for both profilers: for the one of sessions always, since that costs next to nothing
-/// while none runs, and for the light one while its page is shown.
-class CRegion
+/// The console of the game: its pages and commands, and its place on the picture.
+class CConsole : private IVQDebugStatisticsInterpreter
 {
 public:
-    explicit CRegion(const char* pName) : m_oSample(pName), m_pName(pName)
+    CConsole(CGame& oGame, const Commands& oCommands) : m_oCommands(oCommands)
     {
-        if (s_pLight != nullptr)
-            s_pLight->SampleBegin(pName);
-    }
-
-    ~CRegion()
-    {
-        if (s_pLight != nullptr)
-            s_pLight->SampleEnd(m_pName);
-    }
-
-    static inline CVQProfilerOld* s_pLight = nullptr;
-
-private:
-    const CVQProfileSample m_oSample;
-    const char* m_pName;
-};
-
-/// The console of the game: its pages, and its place on the picture.
-class CConsole
-{
-public:
-    /// @param fnNextLanguage  what the choice of the language does
-    CConsole(std::int32_t& nGravity, bool& bUnbreakable, CControl::Get fnLanguage, CControl::Set fnNextLanguage)
-        : m_oGravity(
-              m_oGame, "Gravity: ", [&]() -> std::string { return ~CVQString(sctFormat, "%.3f", nGravity / 1000.0); },
-              [&](const CVQString& oText)
-              {
-                  const bool bNumber = (~oText)[0] >= '0' && (~oText)[0] <= '9'; // any unknown command comes here
-                  if (bNumber && oText.ToFloat() <= 20)
-                      nGravity = static_cast<std::int32_t>(std::lround(oText.ToFloat() * 1000));
-              }),
-          m_oUnbreakable(
-              m_oGame, "Unbreakable: ", [&] { return bUnbreakable ? "[x]" : "[ ]"; },
-              [&](const CVQString&) { bUnbreakable = !bUnbreakable; }),
-          m_oLanguage(m_oGame, "Language: ", std::move(fnLanguage), std::move(fnNextLanguage)),
-          m_oGraph((VQDebugSeparator(m_oGame, 0, "full at 1/30 second"), m_oGame), "Frames: ",
-                   [this] { return m_sTimes.substr(m_nFrame % TIMES) + m_sTimes.substr(0, m_nFrame % TIMES) + '|'; }),
-          m_oRegions(m_oProfile, "", [this] { return m_sProfile; }), m_oLines(m_oJournal, "", &CJournal::GetLines)
-    {
+        const auto Gravity = [&] { return CVQString(sctFormat, "%.3f", oGame.Gravity() / 1000.0); };
+        Add(
+            m_oValues, "Gravity: ", [=] { return std::string(~Gravity()); }, "gravity");
+        Add(
+            m_oValues, "Unbreakable: ", [&] { return oGame.Unbreakable() ? "[x]" : "[ ]"; }, "unbreakable");
+        Add(
+            m_oValues, "Language: ", [] { return Text(TEXT_LANGUAGE); }, "language");
+        VQDebugSeparator(m_oValues, 0, "full at 1/30 second");
+        Add(m_oValues, "Frames: ", [this] { return m_sTimes + '|'; });
+        Add(m_oFrame, "", [this] { return m_sProfile; });
+        Add(m_oJournal, "", [] { return CJournal::Keep(""); });
         CVQDebugStatistics::Initialize();
         Show(false);
     }
 
-    ~CConsole()
+    ~CConsole() override
     {
-        for (CVQDebugStatisticsPage* pPage : {&m_oGame, &m_oProfile, &m_oJournal})
+        for (CVQDebugStatisticsPage* pPage : {&m_oValues, &m_oFrame, &m_oJournal})
             CVQDebugStatistics::RemoveControl(pPage); // the console would keep it
-        delete m_oGame.GetSlot(0);                    // a separator is the caller's
+        delete m_oValues.GetSlot(0);                  // a separator is the caller's
     }
 
     static bool IsShown() { return CVQDebugStatistics::IsVisible(); }
@@ -113,83 +121,123 @@ public:
     void Show(bool bShow)
     {
         CVQDebugStatistics::m_bStatisticsVisible = bShow;
-        m_bChanged = true;
+        m_nFrame = 0;
+    }
+
+    /// Does what a command says; false when nobody knows it, or its number is missing, too much or out of range.
+    bool Do(const std::string& sCommand) const
+    {
+        const std::size_t nWord = std::min(sCommand.find(' '), sCommand.size());
+        const auto itCommand = m_oCommands.find(sCommand.substr(0, nWord));
+        if (itCommand == m_oCommands.end())
+            return false;
+        const auto& [fnDo, fLeast, fMost] = itCommand->second;
+        char* pEnd = nullptr;
+        const float fValue = std::strtof(&sCommand[nWord], &pEnd);
+        const bool bNone = pEnd == &sCommand[nWord];
+        const bool bRight = fLeast > fMost ? bNone : !bNone && fValue >= fLeast && fValue <= fMost;
+        if (!bRight || pEnd[std::strspn(pEnd, " ")] != '\0')
+            return false;
+        fnDo(fValue);
+        return true;
     }
 
     /// Takes a key while it is shown.
-    void PressKey(int nKey)
+    ///
+    /// @return a command that nobody knows; "" when there was none
+    std::string PressKey(int nKey)
     {
-        static const std::map<int, int> s_oKeys = {{keyLeft, dskPreviousPage},  {keyRight, dskNextPage},
-                                                   {keyUp, dskPreviousControl}, {keyDown, dskNextControl},
-                                                   {keyEnter, dskExecute},      {keyBackspace, dskBackspace}};
+        static const std::map<int, int> s_oKeys = {{KEY_LEFT, dskPreviousPage},  {KEY_RIGHT, dskNextPage},
+                                                   {KEY_UP, dskPreviousControl}, {KEY_DOWN, dskNextControl},
+                                                   {'\n', dskExecute},           {'\b', dskBackspace}};
         if (const auto itKey = s_oKeys.find(nKey); itKey != s_oKeys.end())
             CVQDebugStatistics::ProcessInput(itKey->second);
         else if (nKey >= ' ' && nKey <= '~')
             CVQDebugStatistics::ProcessInput(nKey);
-        m_bChanged = true; // the answer is seen at once
+        m_nFrame = 0; // the answer is seen at once
+        return std::exchange(m_sUnknown, "");
     }
 
-    /// To be called around each frame.
-    void BeginFrame()
+    /// To be called between two frames.
+    void NextFrame()
     {
-        CRegion::s_pLight =
-            IsShown() && CVQDebugStatistics::GetCurrentControl() == &m_oProfile ? &m_oProfiler : nullptr;
-        if (CRegion::s_pLight != nullptr)
-            m_oProfiler.Begin();
-    }
-
-    void EndFrame(double dMilliseconds)
-    {
-        if (std::exchange(CRegion::s_pLight, nullptr) != nullptr)
+        if (m_bProfiles)
         {
             m_oProfiler.End();
             m_sProfile = MakeProfile(); // now, as the shares are those of frames that have ended
         }
-        constexpr char HEIGHTS[] = " .:-=+*#";
-        const double dHeight = std::clamp(dMilliseconds * 30 / 1000, 0.0, 1.0) * 7;
-        m_sTimes[m_nFrame++ % TIMES] = HEIGHTS[static_cast<std::size_t>(dHeight)];
+        m_bProfiles = IsShown() && CVQDebugStatistics::GetCurrentControl() == &m_oFrame;
+        if (m_bProfiles)
+            m_oProfiler.Begin();
     }
 
-    void Draw(CScreen& oScreen)
+    /// Does a part of the frame, and measures it: for the profiler of sessions always, since that costs next to nothing
+    /// while none runs, and for the light one while its page is shown. That wants the same order in every frame.
+    template <class TWork>
+    void Measure(const char* pRegion, TWork fnWork)
     {
-        if (!IsShown())
-            return;
-        if (std::exchange(m_bChanged, false) || m_nFrame % FRAMES_A_TEXT == 0)
+        const CVQProfileSample oSample(pRegion);
+        if (m_bProfiles)
+            m_oProfiler.SampleBegin(pRegion);
+        fnWork();
+        if (m_bProfiles)
+            m_oProfiler.SampleEnd(pRegion);
+    }
+
+    /// Draws it over the picture.
+    void Draw(CScreen& oScreen, double dFramesPerSecond)
+    {
+        constexpr char HEIGHTS[] = " .:-=+*#";
+        m_sTimes[m_nFrame % TIMES] = HEIGHTS[static_cast<std::size_t>(7 * 30 / std::max(dFramesPerSecond, 30.0))];
+        if (m_nFrame++ % TIMES == 0) // nobody reads numbers that change sixty times a second
         {
             std::array<char, 2048> aText;
             const int nSize = CVQDebugStatistics::Print(aText.data(), static_cast<int>(aText.size()));
-            m_sText.assign(aText.data(), static_cast<std::size_t>(nSize));
-            m_nHeight = static_cast<int>(std::count(m_sText.begin(), m_sText.end(), '\n')) + 1;
+            const std::string_view sText(aText.data(), static_cast<std::size_t>(nSize));
+            m_oPanel.SetSize(WIDTH, static_cast<int>(std::count(sText.begin(), sText.end(), '\n')) + 1);
+            m_oPanel.Clear();
+            m_oPanel.Write(1, 0, sText, COLOUR_CONSOLE);
         }
-        oScreen.Fill(0, 1, WIDTH, m_nHeight);
-        oScreen.Write(1, 1, m_sText, colourConsole);
+        oScreen.Overlay(1, m_oPanel);
     }
 
 private:
-    static constexpr std::size_t FRAMES_A_TEXT = 6; // nobody reads numbers that change sixty times a second
     static constexpr int WIDTH = 56;
-    static constexpr std::size_t TIMES = 30; // frames of the graph
+    static constexpr std::size_t TIMES = 30; // frames of the graph, and from one text to the next
+
+    void Add(CVQDebugStatisticsPage& oPage, const char* pLabel, const CControl::Get& fnGet,
+             const std::string& sSet = "")
+    {
+        const auto Set = [this, sSet](const CVQString& oValue)
+        { m_sUnknown = Do(sSet + ' ' + ~oValue) ? "" : m_sUnknown; };
+        m_aControls.emplace_back(oPage, pLabel, fnGet, Set);
+    }
+
+    bool Interpret(const CVQString& oCommand) override
+    {
+        const bool bDone = Do(~oCommand);
+        m_sUnknown = bDone ? "" : ~oCommand; // unless the control that has the focus takes it
+        if (bDone)
+            CJournal::Report(ecDump, std::string("command ") + ~oCommand);
+        return bDone;
+    }
 
     std::string MakeProfile()
     {
         std::string sLines = "region      share  calls\n";
         CVQProfileData oData;
-        for (int i = 0; i < m_oProfiler.GetNumSamples(); ++i)
-        {
-            if (m_oProfiler.GetSampleData(i, oData))
-                sLines += ~CVQString(sctFormat, "  %-10s %3.0f %%  %5d\n", oData.GetName(),
-                                     static_cast<double>(oData.GetAverageTimePerFrame()), oData.GetNumInstances());
-        }
+        for (int i = 0; m_oProfiler.GetSampleData(i, oData); ++i)
+            sLines += ~CVQString(sctFormat, "  %-10s %3.0f %%  %5d\n", oData.GetName(),
+                                 static_cast<double>(oData.GetAverageTimePerFrame()), oData.GetNumInstances());
         return sLines;
     }
 
-    CVQDebugStatisticsPage m_oGame{"Game"}, m_oProfile{"Frame"}, m_oJournal{"Log"}; // each registers itself
-    CControl m_oGravity, m_oUnbreakable, m_oLanguage, m_oGraph, m_oRegions, m_oLines;
+    const Commands& m_oCommands;
+    CVQDebugStatisticsPage m_oValues{"Game"}, m_oFrame{"Frame"}, m_oJournal{"Log"}; // each registers itself
+    std::list<CControl> m_aControls;
     CVQProfilerOld m_oProfiler;
-    std::string m_sProfile;
-    std::string m_sText; // as it was printed last
-    int m_nHeight = 0;   // its lines
-    std::string m_sTimes = std::string(TIMES, ' ');
-    std::size_t m_nFrame = 0;
-    bool m_bChanged = true;
+    bool m_bProfiles = false;
+    std::string m_sProfile, m_sTimes = std::string(TIMES, ' '), m_sUnknown;
+    std::size_t m_nFrame = 0; // since the text was asked for
+    CScreen m_oPanel;         // with the text
 };

@@ -6,32 +6,33 @@
 
 #include "Level.h"
 
-#include <Common/Debug/Log.h>
-
-#include <cstdlib>
-
 constexpr int TICKS_A_SECOND = 60;
 
-enum eFlight : std::int32_t
+/// Random numbers for what needs no good ones: the next after nState, which is never 0.
+inline std::uint32_t NextRandom(std::uint32_t nState)
 {
-    flightFlying = 0,
-    flightLanded = 1,
-    flightCrashed = 2
-};
+    nState ^= nState << 13;
+    nState ^= nState >> 17;
+    return nState ^ nState << 5;
+}
+
+// How a flight stands.
+constexpr std::int32_t FLIGHT_FLYING = 0, FLIGHT_LANDED = 1, FLIGHT_CRASHED = 2;
 
 /// What is saved of a flight. Places are parts of a metre, speeds parts of a metre a tick.
 struct sFlight
 {
+    std::int32_t m_nLevel = 0;
     std::int32_t m_nX = 0, m_nY = 0;
     std::int32_t m_nSpeedX = 0, m_nSpeedY = 0;
     std::int32_t m_nTilt = 0;     ///< -MOST_TILT (left) to MOST_TILT, steps of 15 degrees
     std::int32_t m_nThrottle = 0; ///< 0 to MOST_THROTTLE
     std::int32_t m_nFuel = 0;
-    std::int32_t m_nState = flightFlying;
+    std::int32_t m_nState = FLIGHT_FLYING;
     std::int32_t m_nGravity = 0, m_nGust = 0; ///< millimetres per second, each second
     std::int32_t m_nTick = 0;
     std::int32_t m_nScore = 0; ///< of all flights of the round
-    std::uint32_t m_nRandom = 1;
+    std::int32_t m_nRandom = 1;
 
     bool operator==(const sFlight&) const = default;
 };
@@ -43,27 +44,22 @@ public:
     static constexpr std::int32_t MOST_THROTTLE = 4;
 
     /// Begins a flight over a level, which must live as long; the score goes on.
-    void Start(const sLevel* pLevel, std::uint32_t nSeed)
+    void Start(const sLevel* pLevel, std::int32_t nLevel, std::int32_t nSeed)
     {
         VQ_ASSERT(pLevel != nullptr, "a flight needs a level");
-        sFlight oFlight;
-        oFlight.m_nX = pLevel->m_oShip.m_nX * METRE;
-        oFlight.m_nY = pLevel->m_oShip.m_nY * METRE;
-        oFlight.m_nSpeedX = pLevel->m_oSpeed.m_nX * METRE / TICKS_A_SECOND;
-        oFlight.m_nSpeedY = pLevel->m_oSpeed.m_nY * METRE / TICKS_A_SECOND;
-        oFlight.m_nFuel = pLevel->m_nFuel;
-        oFlight.m_nGravity = pLevel->m_nGravity;
-        oFlight.m_nScore = m_oFlight.m_nScore;
-        oFlight.m_nRandom = nSeed;
-        Resume(pLevel, oFlight);
+        Resume(pLevel, {.m_nLevel = nLevel,
+                        .m_nX = pLevel->m_nX * METRE,
+                        .m_nY = pLevel->m_nY * METRE,
+                        .m_nSpeedX = pLevel->m_nSpeedX * METRE / TICKS_A_SECOND,
+                        .m_nSpeedY = pLevel->m_nSpeedY * METRE / TICKS_A_SECOND,
+                        .m_nFuel = pLevel->m_nFuel,
+                        .m_nGravity = pLevel->m_nGravity,
+                        .m_nScore = m_oFlight.m_nScore,
+                        .m_nRandom = nSeed});
     }
 
     /// Goes on with a flight over a level.
-    void Resume(const sLevel* pLevel, const sFlight& oFlight)
-    {
-        m_pLevel = pLevel;
-        m_oFlight = oFlight;
-    }
+    void Resume(const sLevel* pLevel, const sFlight& oFlight) { m_pLevel = pLevel, m_oFlight = oFlight; }
 
     void Tilt(std::int32_t nSteps) { Turn(m_oFlight.m_nTilt, nSteps, -MOST_TILT, MOST_TILT); }
 
@@ -74,13 +70,17 @@ public:
     {
         sFlight& o = m_oFlight;
         ++o.m_nTick;
-        if (o.m_nState != flightFlying)
+        if (o.m_nState != FLIGHT_FLYING)
             return;
 
         o.m_nThrottle = std::min(o.m_nThrottle, o.m_nFuel);
         o.m_nFuel -= o.m_nThrottle;
         if (o.m_nTick % TICKS_A_SECOND == 0)
-            o.m_nGust = GetRandom(100);
+        {
+            const std::uint32_t nRandom = NextRandom(static_cast<std::uint32_t>(o.m_nRandom));
+            o.m_nRandom = static_cast<std::int32_t>(nRandom);
+            o.m_nGust = static_cast<std::int32_t>(nRandom % (2 * MOST_GUST + 1)) - MOST_GUST;
+        }
 
         const std::int32_t nThrust = PerTick(o.m_nThrottle * THRUST);
         const std::int32_t nSide = o.m_nTilt < 0 ? -SINE[-o.m_nTilt] : SINE[o.m_nTilt];
@@ -95,7 +95,7 @@ public:
 
         for (const std::int32_t nFoot : {-FOOT, 0, FOOT})
         {
-            if (o.m_nState == flightFlying && o.m_nY <= m_pLevel->GetGround(o.m_nX + nFoot))
+            if (o.m_nState == FLIGHT_FLYING && o.m_nY <= m_pLevel->GetGround(o.m_nX + nFoot))
                 TouchDown();
         }
     }
@@ -148,13 +148,14 @@ private:
     static constexpr std::int32_t COSINE[] = {1024, 989, 887, 724};
     static constexpr std::int32_t ONE = 1024;
 
+    static constexpr std::int32_t MOST_GUST = 100;
     static constexpr std::int32_t THRUST = 1300; // of a step of the throttle, millimetres per second, each second
     static constexpr std::int32_t FOOT = 6 * METRE;
     static constexpr std::int32_t GENTLE = 3 * METRE / TICKS_A_SECOND; // the fastest that the legs bear
 
     void Turn(std::int32_t& nLever, std::int32_t nSteps, std::int32_t nLeast, std::int32_t nMost) const
     {
-        if (m_oFlight.m_nState == flightFlying)
+        if (m_oFlight.m_nState == FLIGHT_FLYING)
             nLever = std::clamp(nLever + nSteps, nLeast, nMost);
     }
 
@@ -163,15 +164,6 @@ private:
     {
         return static_cast<std::int32_t>(std::int64_t{nAcceleration} * METRE /
                                          (1000 * TICKS_A_SECOND * TICKS_A_SECOND));
-    }
-
-    std::int32_t GetRandom(std::int32_t nRange)
-    {
-        std::uint32_t& nRandom = m_oFlight.m_nRandom; // never 0
-        nRandom ^= nRandom << 13;
-        nRandom ^= nRandom >> 17;
-        nRandom ^= nRandom << 5;
-        return static_cast<std::int32_t>(nRandom % static_cast<std::uint32_t>(2 * nRange + 1)) - nRange;
     }
 
     void TouchDown()
@@ -186,8 +178,8 @@ private:
             o.m_nSpeedY = std::abs(o.m_nSpeedY) / 2;
             return;
         }
-        o.m_nState = bOnPad && bGentle ? flightLanded : flightCrashed;
-        o.m_nScore += o.m_nState == flightLanded ? m_pLevel->m_nBonus * 100 + o.m_nFuel / 10 : 0;
+        o.m_nState = bOnPad && bGentle ? FLIGHT_LANDED : FLIGHT_CRASHED;
+        o.m_nScore += o.m_nState == FLIGHT_LANDED ? m_pLevel->m_nBonus * 100 + o.m_nFuel / 10 : 0;
         o.m_nSpeedX = o.m_nSpeedY = o.m_nThrottle = 0;
     }
 

@@ -4,23 +4,14 @@
 // Why: two windows of the game on one computer show each other's ship. The mutex tells the second that it is the
 // second, so that each takes the slot that the other one writes to; messages may be lost, and nobody waits for one.
 
-#include <Common/MailSlot/VQMailSlot.h>
-#include <Common/Platform/PlatformSync.h>
+#include "Game.h"
 
 #include <array>
-#include <cstdint>
 #include <memory>
-#include <string>
 
 class CGhost
 {
 public:
-    /// Where a ship is.
-    struct sShip
-    {
-        std::int32_t m_nLevel = -1, m_nX = 0, m_nY = 0, m_nTilt = 0;
-    };
-
     /// @param sName  windows of the same name meet
     explicit CGhost(const std::string& sName)
         : m_sName(sName), m_hMutex(SYNC_CreateMutex(false, sName.c_str())),
@@ -31,8 +22,7 @@ public:
 
     ~CGhost()
     {
-        if (!m_bSecond)
-            SYNC_UnlockMutex(m_hMutex);
+        SYNC_UnlockMutex(m_hMutex); // the second one has nothing to unlock
         SYNC_DestroyMutex(m_hMutex);
     }
 
@@ -40,70 +30,58 @@ public:
     bool IsSecond() const { return m_bSecond; }
 
     /// Tells the other one where this ship is; nothing when there is none.
-    void Send(const sShip& oShip)
+    void Send(const sFlight& oFlight)
     {
-        if (m_pOther == nullptr && --m_nWait <= 0)
-        {
-            m_nWait = PATIENCE;
-            m_pOther = OpenSlot(!m_bSecond, false);
-        }
         if (m_pOther == nullptr)
-            return;
-        try
+            m_pOther = OpenSlot(!m_bSecond, false);
+        const auto Write = [&]
         {
-            const Message aMessage = {MARK, oShip.m_nLevel, oShip.m_nX, oShip.m_nY, oShip.m_nTilt};
             m_pOther->BeginWrite();
-            m_pOther->Write(aMessage.data(), sizeof(aMessage));
+            m_pOther->Write(&MARK, sizeof(MARK));
+            for (const auto pField : FIELDS)
+                m_pOther->Write(&(oFlight.*pField), sizeof(std::int32_t));
             m_pOther->EndWrite();
-        }
-        catch (const CMailSlotException&) // the other window has been closed
-        {
+        };
+        if (m_pOther != nullptr && !GetError(Write).empty()) // the other window has been closed
             m_pOther = nullptr;
-        }
     }
 
-    /// Where the other ship is; false, and oShip as it was, when nothing new has come.
-    bool Receive(sShip& oShip)
+    /// Where the other ship is; false, and oFlight as it was, when nothing new has come.
+    bool Receive(sFlight& oFlight)
     {
         bool bReceived = false;
         for (int i = 0; i < MOST_MESSAGES && m_pOwn != nullptr && m_pOwn->AreMessagesWaiting(); ++i)
         {
-            Message aMessage{};
+            std::array<std::int32_t, 1 + std::size(FIELDS)> aMessage{};
             const bool bWhole = m_pOwn->GetMessageSize() == sizeof(aMessage);
             m_pOwn->BeginRead();
             m_pOwn->Read(aMessage.data(), sizeof(aMessage));
             m_pOwn->EndRead();
             if (!bWhole || aMessage[0] != MARK)
                 continue;
-            oShip = {aMessage[1], aMessage[2], aMessage[3], aMessage[4]};
+            for (std::size_t nField = 0; nField < std::size(FIELDS); ++nField)
+                oFlight.*FIELDS[nField] = aMessage[1 + nField];
             bReceived = true;
         }
         return bReceived;
     }
 
 private:
-    using Message = std::array<std::int32_t, 5>;     // the mark, then the ship
     static constexpr std::int32_t MARK = 0x31484F47; // so that nothing else is taken for a message
-    static constexpr int PATIENCE = 10;              // calls of Send() until the other one is looked for again
-    static constexpr int MOST_MESSAGES = 20;         // that are read at a time
+    static constexpr std::int32_t sFlight::*FIELDS[] = {&sFlight::m_nLevel, &sFlight::m_nX, &sFlight::m_nY,
+                                                        &sFlight::m_nTilt};
+    static constexpr int MOST_MESSAGES = 20; // that are read at a time
 
+    // Null when the slot is taken by a third window, or nobody is there.
     std::unique_ptr<CVQMailSlot> OpenSlot(bool bSecond, bool bServer) const
     {
-        try
-        {
-            auto pSlot = std::make_unique<CVQMailSlot>();
-            pSlot->Open(("\\\\.\\mailslot\\" + m_sName + (bSecond ? "-2" : "-1")).c_str(), bServer);
-            return pSlot;
-        }
-        catch (const CMailSlotException&) // taken by a third window, or nobody is there
-        {
-            return nullptr;
-        }
+        auto pSlot = std::make_unique<CVQMailSlot>();
+        const std::string sSlot = "\\\\.\\mailslot\\" + m_sName + (bSecond ? "-2" : "-1");
+        return GetError([&] { pSlot->Open(sSlot.c_str(), bServer); }).empty() ? std::move(pSlot) : nullptr;
     }
 
     std::string m_sName;
     void* m_hMutex;
     bool m_bSecond;
     std::unique_ptr<CVQMailSlot> m_pOwn, m_pOther;
-    int m_nWait = 0;
 };

@@ -6,16 +6,6 @@
 // guard makes one bar of it.
 
 #include "Level.h"
-#include "Texts.h"
-
-#include <Common/File/VQFileScanner.h>
-#include <Common/Loading/VQLoadGuard.h>
-#include <Common/ProcessControl/VQEvent.h>
-#include <Common/ProcessControl/VQThread.h>
-
-#include <atomic>
-#include <exception>
-#include <utility>
 
 /// All that a game is played with.
 struct sGameData
@@ -45,86 +35,70 @@ public:
 
     bool IsDone() const { return m_bDone; }
 
-    /// How far it is, 0 to 1, and with what.
-    std::pair<float, std::string> GetProgress()
-    {
-        m_oLock.Enter();
-        const auto oProgress = m_oProgress;
-        m_oLock.Leave();
-        return oProgress;
-    }
+    /// How far it is, 0 to 1.
+    float GetProgress() const { return m_fProgress; }
 
     /// Waits for the end, and gives what was loaded, or throws what the thread met with.
     sGameData Take()
     {
         Stop(true, NO_LIMIT); // Run() does not look for the request: all is loaded
-        if (m_pFailure != nullptr)
-            std::rethrow_exception(m_pFailure);
+        if (!m_sFailure.empty())
+            throw std::runtime_error(m_sFailure);
         return std::move(m_oData);
     }
 
 private:
     static constexpr unsigned long NO_LIMIT = 0xFFFFFFFF;
+    static constexpr std::size_t MOST_USER_LEVELS = 90;
 
     unsigned long Run() override
     {
-        CVQLoadGuard* const pGuard = CVQLoadGuard::Instance();
-        pGuard->RegisterWatch(this);
-        pGuard->BeginLoading();
-        try
-        {
-            pGuard->BeginLoadComponent(0.2F, textLoadingPictures);
-            LoadPictures();
-            pGuard->EndLoadComponent();
-
-            pGuard->BeginLoadComponent(0.4F, textLoadingLevels);
-            std::vector<std::string> aOwn;
-            for (int i = 1; i <= m_nLevels; ++i)
-                aOwn.push_back(std::to_string(i) + ".lvl");
-            LoadLevels(aOwn);
-            pGuard->EndLoadComponent();
-
-            pGuard->BeginLoadComponent(0.4F, textLoadingUserLevels);
-            s_oScanned.Wait();
-            for (const std::string& sName : aOwn) // a loose file of this name has come in its place already
-                std::erase(s_aFound, sName);
-            LoadLevels(s_aFound);
-            pGuard->EndLoadComponent();
-            if (m_oData.m_aLevels.empty())
-                throw std::runtime_error(m_oData.m_aErrors.empty() ? "there is no level" : m_oData.m_aErrors[0]);
-        }
-        catch (...)
-        {
-            m_pFailure = std::current_exception();
-        }
-        pGuard->EndLoading();
-        pGuard->UnregisterWatch(this);
+        m_pGuard->RegisterWatch(this);
+        m_pGuard->BeginLoading();
+        m_sFailure = GetError([this] { Load(); });
+        m_pGuard->EndLoading();
+        m_pGuard->UnregisterWatch(this);
         m_bDone = true;
         return 0;
     }
 
-    void LoadPictures()
+    void Load()
     {
-        std::string sText = CAssets::Read("pictures/ship.txt");
-        for (std::size_t nEnd = 0; (nEnd = sText.find('\n')) != std::string::npos; sText.erase(0, nEnd + 1))
-            m_oData.m_aShip.push_back(sText.substr(0, nEnd));
+        m_pGuard->BeginLoadComponent(0.2F, "pictures");
+        std::string sShip = CAssets::Read("pictures/ship.txt");
+        for (std::size_t nEnd = 0; (nEnd = sShip.find('\n')) != std::string::npos; sShip.erase(0, nEnd + 1))
+            m_oData.m_aShip.push_back(sShip.substr(0, nEnd));
+        m_pGuard->EndLoadComponent();
+
+        std::vector<std::string> aOwn;
+        for (int i = 1; i <= m_nLevels; ++i)
+            aOwn.push_back(std::to_string(i) + ".lvl");
+        LoadLevels(aOwn);
+        s_oScanned.Wait();
+        for (const std::string& sName : aOwn) // a loose file of this name has come in its place already
+            std::erase(s_aFound, sName);
+        LoadLevels(s_aFound);
+        if (m_oData.m_aLevels.empty())
+            throw std::runtime_error(m_oData.m_aErrors.empty() ? "there is no level" : m_oData.m_aErrors[0]);
     }
 
     void LoadLevels(const std::vector<std::string>& aNames)
     {
+        m_pGuard->BeginLoadComponent(0.4F, "levels");
         for (const std::string& sName : aNames)
         {
             sLevel oLevel;
             if (CLevelReader("levels/" + sName, CAssets::Read("levels/" + sName), m_oData.m_aErrors).Read(oLevel))
                 m_oData.m_aLevels.push_back(oLevel);
-            CVQLoadGuard::Instance()->LoadComponentCompleted(1.0F / static_cast<float>(aNames.size()), nullptr);
+            m_pGuard->LoadComponentCompleted(1.0F / static_cast<float>(aNames.size()), sName.c_str());
         }
+        m_pGuard->EndLoadComponent();
     }
 
     // On the scanner's thread; the loading thread looks at what was found after the end.
     static void OnFile(eScannerMode nMode, sFileData* pData, unsigned long)
     {
-        if (nMode == eScannerFile && s_aFound.size() < 90)
+        if (nMode == eScannerFile && s_aFound.size() < MOST_USER_LEVELS)
             s_aFound.emplace_back(~pData->m_oFileName);
         if (nMode == eScannerFinished || nMode == eScannerStopped)
             s_oScanned.Signal();
@@ -132,22 +106,17 @@ private:
 
     void OnBeginLoading() override {}
 
-    void OnLoadProgress(float fProgress, const char* pName) override
-    {
-        m_oLock.Enter();
-        m_oProgress = {fProgress, pName};
-        m_oLock.Leave();
-    }
+    void OnLoadProgress(float fProgress, const char*) override { m_fProgress = fProgress; }
 
     void OnEndLoading() override {}
 
     static inline CVQEvent s_oScanned;
     static inline std::vector<std::string> s_aFound;
 
+    CVQLoadGuard* const m_pGuard = CVQLoadGuard::Instance();
     const int m_nLevels;
     sGameData m_oData;
-    std::exception_ptr m_pFailure;
+    std::string m_sFailure;
     std::atomic<bool> m_bDone = false;
-    CVQCriticalSection m_oLock; // of what comes next
-    std::pair<float, std::string> m_oProgress;
+    std::atomic<float> m_fProgress = 0;
 };

@@ -3,12 +3,7 @@
 
 #include "Demo.h"
 
-#include <Common/Platform/PlatformDirectory.h>
-
-#include <charconv>
 #include <cstdio>
-#include <exception>
-#include <stdexcept>
 
 namespace
 {
@@ -29,8 +24,7 @@ constexpr const char* HELP =
 
 struct sCommandLine
 {
-    std::string m_sHome, m_sPrint;
-    int m_nDemo = 0;
+    std::string m_sHome, m_sDemo, m_sPrint;
 };
 
 /// Reads the command line; "" or what is wrong with it.
@@ -39,54 +33,47 @@ std::string ReadCommandLine(const std::vector<std::string>& aArguments, sCommand
     for (std::size_t i = 0; i < aArguments.size(); ++i)
     {
         const std::string& sOption = aArguments[i];
-        const std::string sValue = i + 1 < aArguments.size() ? aArguments[i + 1] : "";
         if (sOption == "--help" || sOption == "-h")
             oLine.m_sPrint = std::string(USAGE) + HELP;
         else if (sOption == "--version")
             oLine.m_sPrint = "lander " COMMON_VERSION "\n";
         else if (sOption != "--home" && sOption != "--demo")
             return sOption + (sOption[0] == '-' ? ": unknown option" : ": too many arguments");
-        else if (++i == aArguments.size() || sValue.empty())
+        else if (++i == aArguments.size() || aArguments[i].empty())
             return sOption + ": a value is missing";
-        else if (const char* pEnd = sValue.data() + sValue.size(); sOption == "--home")
-            oLine.m_sHome = sValue;
-        else if (std::from_chars(sValue.data(), pEnd, oLine.m_nDemo).ptr != pEnd || oLine.m_nDemo < 1 ||
-                 oLine.m_nDemo > 36000)
-            return sValue + ": not a number from 1 to 36000";
+        else
+            (sOption == "--home" ? oLine.m_sHome : oLine.m_sDemo) = aArguments[i];
     }
-    return "";
+    const int nSeconds = CVQString(oLine.m_sDemo.c_str()).ToInt(10);
+    const bool bRight = nSeconds >= 1 && nSeconds <= 36000 && std::to_string(nSeconds) == oLine.m_sDemo;
+    return bRight || oLine.m_sDemo.empty() ? "" : oLine.m_sDemo + ": not a number from 1 to 36000";
 }
 
-int Print(const std::string& sText)
+void Print(const std::string& sText)
 {
     if (std::fputs(sText.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
         throw std::runtime_error("standard output: cannot be written");
-    return 0;
 }
 
-int Run(const sCommandLine& oLine, std::chrono::steady_clock::time_point oStart)
+void Run(const sCommandLine& oLine, Clock::time_point oStart)
 {
     if (!oLine.m_sPrint.empty())
         return Print(oLine.m_sPrint);
     if (!oLine.m_sHome.empty() && DIR_Change(oLine.m_sHome.c_str()) != 1)
         throw std::runtime_error(oLine.m_sHome + ": no such directory");
-
     CAssets::Open();
     CTexts::Load();
-    if (oLine.m_nDemo != 0)
-        return Print(CDemo().Play(oLine.m_nDemo, oStart));
-    if (!CTerminal::IsThere())
-        throw std::runtime_error("there is no terminal; see --demo");
+    if (!oLine.m_sDemo.empty())
+        return Print(CDemo().Play(std::stoi(oLine.m_sDemo), oStart));
     CTerminal oTerminal;
     CApplication(&oTerminal).Play();
-    return CTerminal::s_nEndSignal != 0 ? ENDED_BY_SIGNAL + CTerminal::s_nEndSignal : 0;
 }
 } // namespace
 
 int main(int nArguments, char** ppArguments)
 {
-    const auto oStart = std::chrono::steady_clock::now();
-    sCommandLine oLine = {std::filesystem::path(ppArguments[0]).parent_path().string(), "", 0};
+    const auto oStart = Clock::now();
+    sCommandLine oLine = {std::filesystem::path(ppArguments[0]).parent_path().string(), "", ""};
     const std::string sWrong = ReadCommandLine({ppArguments + 1, ppArguments + nArguments}, oLine);
     if (!sWrong.empty())
     {
@@ -95,25 +82,12 @@ int main(int nArguments, char** ppArguments)
     }
 
     CJournal::Begin();
-    int nResult = FAILED;
-    std::string sError;
-    try
-    {
-        nResult = Run(oLine, oStart);
-    }
-    catch (const CVQException& oError)
-    {
-        sError = oError.GetErrorString();
-    }
-    catch (const std::exception& oError)
-    {
-        sError = oError.what();
-    }
+    const std::string sError = GetError([&] { Run(oLine, oStart); });
     if (!sError.empty())
     {
         CJournal::Report(ecCatastrophicError, sError);
         std::fprintf(stderr, "lander: %s\n", sError.c_str());
+        return FAILED;
     }
-    CJournal::End();
-    return nResult;
+    return CTerminal::s_nEndSignal != 0 ? ENDED_BY_SIGNAL + CTerminal::s_nEndSignal : 0;
 }

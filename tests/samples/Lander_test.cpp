@@ -1,10 +1,9 @@
 // The game of the samples: the built program, run as a player runs it, and its parts that read what comes from outside.
 
 #include <samples/lander/Console.h>
+#include <samples/lander/Ghost.h>
 #include <samples/lander/Loading.h>
-#include <samples/lander/Picture.h>
-#include <samples/lander/SaveGame.h>
-#include <samples/lander/Settings.h>
+#include <samples/lander/Saves.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/FileSizeLimit.h>
 #include <tests/support/Sanitizer.h>
@@ -87,6 +86,7 @@ constexpr const char* MINUTE = "seconds 60, landed 2, crashed 0, level 2, score 
 sFlight MakeFlight()
 {
     sFlight oFlight;
+    oFlight.m_nLevel = 2;
     oFlight.m_nX = 400 * METRE;
     oFlight.m_nY = 200 * METRE;
     oFlight.m_nSpeedX = -1234;
@@ -198,7 +198,7 @@ TEST(Lander, TakesALooseFileInPlaceOfTheArchivedOne)
     const std::string sLog = oHome.Read("Lander.log");
     EXPECT_NE(sLog.find("4 levels were loaded"), std::string::npos) << sLog;
     EXPECT_NE(sLog.find("level 1: Test"), std::string::npos) << sLog;
-    EXPECT_NE(sLog.find("levels/wrong.lvl:1:7: a name in quotes is missing"), std::string::npos) << sLog;
+    EXPECT_NE(sLog.find("levels/wrong.lvl:1:7: it should look like level \"Sea of Calm\""), std::string::npos) << sLog;
 }
 
 TEST(Lander, DoesNotGrowInHalfAnHour)
@@ -300,7 +300,7 @@ TEST(LanderLevel, ReadsALevel)
     EXPECT_EQ(aErrors, Lines());
     EXPECT_EQ(oLevel.m_sName, "Test");
     EXPECT_EQ(oLevel.m_nFuel, 100);
-    EXPECT_EQ(oLevel.m_oSpeed.m_nY, -2);
+    EXPECT_EQ(oLevel.m_nSpeedY, -2);
     EXPECT_EQ(oLevel.m_nPadTo, 200);
     EXPECT_EQ(oLevel.GetGround(600 * METRE), 55 * METRE);
     EXPECT_EQ(oLevel.GetGround(-METRE), oLevel.GetGround(0) - METRE * 10 / 1200); // goes on beside the world
@@ -321,13 +321,21 @@ TEST(LanderLevel, TellsOneMistakeALineWithItsPlace)
                   "ground 2, -999\n"
                   "pad 1190 .. 1200 bonus 1\n"
                   "level \xFF\n"
-                  "wind := 3"),
-        (Lines{"a.lvl:1:7: a name in quotes is missing", "a.lvl:2:10: := is missing", "a.lvl:3:9: a number is missing",
+                  "wind := 3\n"
+                  "ship 1, 2 falling 3, 4\n"
+                  "ground 5, 6\n"
+                  "ground 5, 6\n"
+                  ":= 4"),
+        (Lines{"a.lvl:1:7: it should look like level \"Sea of Calm\"",
+               "a.lvl:2:10: it should look like gravity := 1.62", "a.lvl:3:9: a number is missing",
                "a.lvl:4:2: level, gravity, wind, fuel, ship, ground or pad is missing",
-               "a.lvl:5:11: the line should end here", "a.lvl:6:18: , is missing", "a.lvl:8:13: .. is missing",
-               "a.lvl:9:10: a number is missing", "a.lvl:10:11: the number should be from 0 to 400",
-               "a.lvl:11:5: the number should be from 0 to 1180", "a.lvl:12:7: a name in quotes is missing",
-               "a.lvl:13:9: the number should be from -2 to 2"}));
+               "a.lvl:5:11: the line should end here", "a.lvl:6:18: it should look like ship 150, 360 moving 14, 0",
+               "a.lvl:8:13: it should look like pad 440 .. 560 bonus 1", "a.lvl:9:10: a number is missing",
+               "a.lvl:10:11: the number should be from 0 to 400", "a.lvl:11:5: the number should be from 0 to 1180",
+               "a.lvl:12:7: it should look like level \"Sea of Calm\"", "a.lvl:13:9: the number should be from -2 to 2",
+               "a.lvl:14:11: it should look like ship 150, 360 moving 14, 0",
+               "a.lvl:16:11: the ground should go on to the right",
+               "a.lvl:17:1: level, gravity, wind, fuel, ship, ground or pad is missing"}));
 }
 
 TEST(LanderLevel, TellsWhatTheWholeLacks)
@@ -335,9 +343,13 @@ TEST(LanderLevel, TellsWhatTheWholeLacks)
     EXPECT_EQ(GetErrors(""), Lines{"a.lvl:1:1: the level has no name"});
     EXPECT_EQ(GetErrors("level \"x\"\nground 0, 1"), Lines{"a.lvl:2:12: the ground should go from 0 to 1200"});
     const std::string sLevel(LEVEL);
-    EXPECT_EQ(GetErrors(sLevel.substr(0, sLevel.find("pad"))), Lines{"a.lvl:6:1: pad and fuel are needed"});
+    EXPECT_EQ(GetErrors(sLevel.substr(0, sLevel.find("pad"))),
+              Lines{"a.lvl:6:1: fuel and a pad of 20 metres are needed"});
     EXPECT_EQ(GetErrors(sLevel + "ship 100, 50 moving 0, 0\n"), Lines{"a.lvl:8:1: the ship is below the ground"});
-    EXPECT_EQ(GetErrors(sLevel + "ground 1201, 3\n"), Lines{"a.lvl:7:1: the ground has ended before"});
+    EXPECT_EQ(GetErrors(sLevel + "pad 100 .. 119 bonus 1\n"),
+              Lines{"a.lvl:8:1: fuel and a pad of 20 metres are needed"});
+    EXPECT_EQ(GetErrors(sLevel + "ground 1201, 3\n"), Lines{"a.lvl:7:8: the number should be from 0 to 1200"});
+    EXPECT_EQ(GetErrors(sLevel + "ground 1200, 3\n"), Lines{"a.lvl:7:14: the ground should go on to the right"});
 }
 
 TEST(LanderLevel, TakesAnyBytes)
@@ -375,63 +387,61 @@ TEST(LanderLevel, ReadsTheGamesOwn)
 
 TEST(LanderSaveGame, ComesBack)
 {
-    const std::string sBytes = sSaveGame{2, MakeFlight()}.Pack();
-    sSaveGame oLoaded;
-    ASSERT_TRUE(oLoaded.Unpack(sBytes, 3));
-    EXPECT_EQ(oLoaded.m_nLevel, 2);
-    EXPECT_EQ(oLoaded.m_oFlight, MakeFlight());
-    EXPECT_FALSE(oLoaded.Unpack(sBytes, 2)) << "there is no such level";
+    const std::string sBytes = CSavedGame::Pack(MakeFlight());
+    EXPECT_EQ(CSavedGame::Unpack(sBytes, 3), MakeFlight());
+    EXPECT_THROW(CSavedGame::Unpack(sBytes, 2), std::runtime_error) << "there is no such level";
 }
 
 TEST(LanderSaveGame, OfAnOlderVersionStillLoads)
 {
-    sSaveGame oLoaded;
-    ASSERT_TRUE(oLoaded.Unpack(ReadWholeFile(GetTestPath("../samples/lander/assets/saves/old.sav")), 3));
-    EXPECT_EQ(oLoaded.m_nLevel, 0);
-    EXPECT_EQ(oLoaded.m_oFlight.m_nX, 300 * METRE);
-    EXPECT_EQ(oLoaded.m_oFlight.m_nFuel, 4000);
-    EXPECT_EQ(oLoaded.m_oFlight.m_nTick, 600);
-    EXPECT_EQ(oLoaded.m_oFlight.m_nRandom, 4711U);
-    EXPECT_EQ(oLoaded.m_oFlight.m_nThrottle, 0);
-    EXPECT_EQ(oLoaded.m_oFlight.m_nScore, 0);
+    const std::string sBytes = ReadWholeFile(GetTestPath("../samples/lander/assets/saves/old.sav"));
+    const sFlight oFlight = CSavedGame::Unpack(sBytes, 3);
+    EXPECT_EQ(oFlight.m_nLevel, 0);
+    EXPECT_EQ(oFlight.m_nX, 300 * METRE);
+    EXPECT_EQ(oFlight.m_nFuel, 4000);
+    EXPECT_EQ(oFlight.m_nTick, 600);
+    EXPECT_EQ(oFlight.m_nRandom, 4711);
+    EXPECT_EQ(oFlight.m_nThrottle, 0);
+    EXPECT_EQ(oFlight.m_nScore, 0);
 }
 
 TEST(LanderSaveGame, IsRefusedWhereverItIsDamaged)
 {
-    const std::string sBytes = sSaveGame{0, MakeFlight()}.Pack();
-    const sSaveGame oBefore{1, MakeFlight()};
-    sSaveGame oLoaded = oBefore;
+    const auto IsRefused = [](const std::string& sBytes)
+    { return !GetError([&] { CSavedGame::Unpack(sBytes, 3); }).empty(); };
+    const std::string sBytes = CSavedGame::Pack(MakeFlight());
+    ASSERT_FALSE(IsRefused(sBytes));
     for (std::size_t i = 0; i < sBytes.size(); ++i)
     {
-        EXPECT_FALSE(oLoaded.Unpack(sBytes.substr(0, i), 3)) << i;
+        EXPECT_TRUE(IsRefused(sBytes.substr(0, i))) << i;
         for (int nBit = 0; nBit < 8; ++nBit)
         {
             std::string sDamaged = sBytes;
             sDamaged[i] = static_cast<char>(sDamaged[i] ^ (1 << nBit));
-            EXPECT_FALSE(oLoaded.Unpack(sDamaged, 3)) << i;
+            EXPECT_TRUE(IsRefused(sDamaged)) << i;
         }
     }
-    EXPECT_FALSE(oLoaded.Unpack(sBytes + 'x', 3));
-    EXPECT_FALSE(oLoaded.Unpack(std::string(100000, 'L'), 3));
-    EXPECT_EQ(oLoaded.m_nLevel, oBefore.m_nLevel);
-    EXPECT_EQ(oLoaded.m_oFlight, oBefore.m_oFlight);
+    EXPECT_TRUE(IsRefused(sBytes + 'x'));
+    EXPECT_TRUE(IsRefused(std::string(100000, 'L')));
 }
 
 TEST(LanderSaveGame, IsRefusedWhenItIsMadeUp)
 {
-    sSaveGame oLoaded;
     for (std::int32_t sFlight::*pField :
-         {&sFlight::m_nX, &sFlight::m_nY, &sFlight::m_nSpeedX, &sFlight::m_nSpeedY, &sFlight::m_nTilt,
-          &sFlight::m_nThrottle, &sFlight::m_nFuel, &sFlight::m_nState, &sFlight::m_nGravity, &sFlight::m_nGust,
-          &sFlight::m_nTick, &sFlight::m_nScore})
+         {&sFlight::m_nLevel, &sFlight::m_nX, &sFlight::m_nY, &sFlight::m_nSpeedX, &sFlight::m_nSpeedY,
+          &sFlight::m_nTilt, &sFlight::m_nThrottle, &sFlight::m_nFuel, &sFlight::m_nState, &sFlight::m_nGravity,
+          &sFlight::m_nGust, &sFlight::m_nTick, &sFlight::m_nScore})
     {
         for (const std::int32_t nValue : {INT32_MIN, -METRE * 11, INT32_MAX})
         {
-            sSaveGame oGame{0, MakeFlight()};
-            oGame.m_oFlight.*pField = nValue;
-            EXPECT_FALSE(oLoaded.Unpack(oGame.Pack(), 3));
+            sFlight oFlight = MakeFlight();
+            oFlight.*pField = nValue;
+            EXPECT_THROW(CSavedGame::Unpack(CSavedGame::Pack(oFlight), 3), std::runtime_error);
         }
     }
+    sFlight oFlight = MakeFlight();
+    oFlight.m_nRandom = 0;
+    EXPECT_THROW(CSavedGame::Unpack(CSavedGame::Pack(oFlight), 3), std::runtime_error);
 }
 
 TEST(LanderSaveGame, IsKeptWhenTheDiskIsFull)
@@ -462,7 +472,7 @@ TEST(IsolatedLander, KeepsItsSettings)
     CAssets::Open();
     {
         CSettings oSettings;
-        EXPECT_TRUE(oSettings.Load());
+        EXPECT_EQ(oSettings.Load(), "");
         EXPECT_EQ(oSettings.GetInt("Levels", 99), 3);
         EXPECT_EQ(oSettings.GetInt("Levels", 2), 0);
         EXPECT_EQ(oSettings.GetInt("None", 99), 0);
@@ -471,7 +481,7 @@ TEST(IsolatedLander, KeepsItsSettings)
     }
     const std::string sBytes = oHome.Read("player.vqp");
     CSettings oSettings;
-    EXPECT_TRUE(oSettings.Load());
+    EXPECT_EQ(oSettings.Load(), "");
     EXPECT_EQ(oSettings.GetInt("Language", 1), 1);
 
     for (std::size_t i = 0; i < sBytes.size(); ++i)
@@ -491,15 +501,17 @@ TEST(IsolatedLander, SwitchesItsTexts)
     std::set<std::string> aTexts;
     for (int nLanguage = 0; nLanguage < CTexts::LANGUAGE_COUNT; ++nLanguage)
     {
-        CTexts::SetLanguage(nLanguage);
-        EXPECT_EQ(Text(textLanguage), nLanguage == 0 ? "English" : "Nederlands");
-        for (long nText = textTitle; nText < textEnd; ++nText)
+        CTexts::s_nLanguage = nLanguage;
+        EXPECT_EQ(Text(TEXT_LANGUAGE), nLanguage == 0 ? "English" : "Nederlands");
+        for (long nText = TEXT_ALTITUDE; nText <= TEXT_LAST; ++nText)
         {
-            const std::string sText = Text(static_cast<eText>(nText));
+            const std::string sText = Text(nText);
             EXPECT_NE(sText, "");
+            EXPECT_LE(sText.size(), 80U) << sText;
             for (const char cText : sText)
                 EXPECT_TRUE(cText >= ' ' && cText <= '~') << sText;
         }
+        EXPECT_EQ(CVQString(CVQStringId(TEXT_LAST + 1)).GetLength(), 0);
     }
 }
 
@@ -513,16 +525,16 @@ TEST(LanderGame, LandsEveryLevelByItself)
         sLevel oLevel;
         const std::string sText = ReadWholeFile(GetTestPath("../samples/lander/assets/levels") / pName);
         ASSERT_TRUE(CLevelReader(pName, sText, aErrors).Read(oLevel));
-        for (const std::uint32_t nSeed : {1U, 1969U, 0xFFFFFFFFU})
+        for (const std::int32_t nSeed : {1, 1969, -1})
         {
             CGame oGame;
-            oGame.Start(&oLevel, nSeed);
-            for (int i = 0; i < 10000 && oGame.GetFlight().m_nState == flightFlying; ++i)
+            oGame.Start(&oLevel, 0, nSeed);
+            for (int i = 0; i < 10000 && oGame.GetFlight().m_nState == FLIGHT_FLYING; ++i)
             {
                 oGame.SteerByItself();
                 oGame.Tick();
             }
-            EXPECT_EQ(oGame.GetFlight().m_nState, flightLanded) << pName << nSeed;
+            EXPECT_EQ(oGame.GetFlight().m_nState, FLIGHT_LANDED) << pName << nSeed;
         }
     }
 }
@@ -533,16 +545,16 @@ TEST(LanderGame, CrashesWithoutAPilot)
     sLevel oLevel;
     ASSERT_TRUE(CLevelReader("a.lvl", LEVEL, aErrors).Read(oLevel));
     CGame oGame;
-    oGame.Start(&oLevel, 1);
-    for (int i = 0; i < 10000 && oGame.GetFlight().m_nState == flightFlying; ++i)
+    oGame.Start(&oLevel, 0, 1);
+    for (int i = 0; i < 10000 && oGame.GetFlight().m_nState == FLIGHT_FLYING; ++i)
         oGame.Tick();
-    EXPECT_EQ(oGame.GetFlight().m_nState, flightCrashed);
+    EXPECT_EQ(oGame.GetFlight().m_nState, FLIGHT_CRASHED);
 
     oGame.Unbreakable() = true;
-    oGame.Start(&oLevel, 1);
+    oGame.Start(&oLevel, 0, 1);
     for (int i = 0; i < 10000; ++i)
         oGame.Tick();
-    EXPECT_NE(oGame.GetFlight().m_nState, flightCrashed);
+    EXPECT_NE(oGame.GetFlight().m_nState, FLIGHT_CRASHED);
 }
 
 // ---------------------------------------------------------------- the picture
@@ -550,18 +562,18 @@ TEST(LanderGame, CrashesWithoutAPilot)
 TEST(LanderScreen, SendsOnlyWhatHasChanged)
 {
     CScreen oScreen;
-    oScreen.SetSize(20, 3, false);
-    oScreen.Write(2, 1, "abc", colourGood);
+    oScreen.SetSize(20, 3);
+    oScreen.Write(2, 1, "abc", COLOUR_GOOD);
     CShown oShown(20, 3);
     oShown.Add(oScreen.Present());
     EXPECT_EQ(oShown.GetLines(), (Lines{std::string(20, ' '), "  abc" + std::string(15, ' '), std::string(20, ' ')}));
     EXPECT_EQ(oScreen.Present(), "");
 
-    oScreen.Put(3, 1, 'x', colourGood);
+    oScreen.Put(3, 1, 'x', COLOUR_GOOD);
     EXPECT_EQ(oScreen.Present(), "\x1b[2;4H\x1b[92mx");
-    oScreen.Put(3, 1, '\x1b', colourGood); // no command gets through
+    oScreen.Put(3, 1, '\x1b', COLOUR_GOOD); // no command gets through
     EXPECT_EQ(oScreen.Present(), "\x1b[2;4H?");
-    oScreen.SetSize(20, 3, true);
+    oScreen.Forget();
     EXPECT_GT(oScreen.Present().size(), 60U);
 }
 
@@ -574,86 +586,100 @@ TEST(IsolatedLander, DrawsAtAnySize)
     sLevel oLevel;
     ASSERT_TRUE(CLevelReader("a.lvl", LEVEL, aErrors).Read(oLevel));
     CGame oGame;
-    oGame.Start(&oLevel, 1);
+    oGame.Start(&oLevel, 0, 1);
     const sGameData oData = CLoader(3).Take();
     ASSERT_EQ(oData.m_aLevels.size(), 3U);
     constexpr std::pair<int, int> SIZES[] = {{1, 1}, {2, 2}, {10, 5}, {5, 100}, {80, 24}, {120, 40}, {300, 3}};
     for (const auto& [nWidth, nHeight] : SIZES)
     {
-        CScreen oScreen;
-        oScreen.SetSize(nWidth, nHeight, false);
-        CPicture oPicture(oScreen, oData.m_aShip);
-        oPicture.DrawLoading(0.5F, "levels");
+        CPicture oPicture(oData.m_aShip);
+        oPicture.SetSize(nWidth, nHeight);
+        oPicture.DrawLoading(0.5F);
         oPicture.DrawGround(oLevel);
         for (const std::int32_t nTilt : {-3, 0, 3})
-            oPicture.DrawShip({0, 600 * METRE, 200 * METRE, nTilt}, 4, colourBright);
+            oPicture.DrawShip({.m_nX = 600 * METRE, .m_nY = 200 * METRE, .m_nTilt = nTilt, .m_nThrottle = 4},
+                              COLOUR_BRIGHT);
         oPicture.DrawTexts(oGame, 60, true, "message");
-        oPicture.DrawBox("caption", "text\nof lines", textAnswers);
+        oPicture.DrawBox("caption", "text\nof lines", TEXT_ANSWERS);
         CShown oShown(nWidth, nHeight);
-        oShown.Add(oScreen.Present());
+        oShown.Add(oPicture.Present());
     }
 }
 
 // ---------------------------------------------------------------- the console
 
+namespace
+{
+/// A console over values of its own.
+class CTestConsole
+{
+public:
+    /// Types a text; gives what nobody knew of it.
+    Lines Type(const std::string& sKeys)
+    {
+        Lines aUnknown;
+        for (const char cKey : sKeys)
+        {
+            const std::string sUnknown = m_oConsole.PressKey(cKey);
+            if (!sUnknown.empty())
+                aUnknown.push_back(sUnknown);
+        }
+        return aUnknown;
+    }
+
+    CGame m_oGame;
+    Commands m_oCommands = {
+        {"gravity", {[this](float fValue) { m_oGame.Gravity() = static_cast<int>(fValue * 1000); }, 0, 20}},
+        {"unbreakable", {[this](float) { m_oGame.Unbreakable() = !m_oGame.Unbreakable(); }}},
+        {"language", {[](float) { CTexts::s_nLanguage = 1 - CTexts::s_nLanguage; }}}};
+    CConsole m_oConsole{m_oGame, m_oCommands};
+};
+} // namespace
+
 TEST(IsolatedLander, ShowsAndChangesItsValues)
 {
-    std::int32_t nGravity = 1620;
-    bool bUnbreakable = false;
-    int nLanguage = 0;
-    CConsole oConsole(
-        nGravity, bUnbreakable, [&] { return std::to_string(nLanguage); }, [&](const CVQString&) { ++nLanguage; });
+    const CHome oHome;
+    CAssets::Open();
+    CTexts::Load();
+    CTestConsole o;
+    CConsole& oConsole = o.m_oConsole;
     oConsole.Show(true);
-    const auto Type = [&](const std::string& sKeys)
-    {
-        for (const char cKey : sKeys)
-            oConsole.PressKey(cKey);
-    };
-    Type("3.7\n");
-    EXPECT_EQ(nGravity, 3700);
-    Type("-1\n99\nnonsense\n");
-    EXPECT_EQ(nGravity, 3700);
-    oConsole.PressKey(keyDown);
-    Type("\n");
-    EXPECT_TRUE(bUnbreakable);
-    oConsole.PressKey(keyDown);
-    Type("x\n");
-    EXPECT_EQ(nLanguage, 1);
-    oConsole.PressKey(keyEscape); // means nothing
-    Type("abc\b");
+    EXPECT_EQ(o.Type("3.5\n"), Lines());
+    EXPECT_EQ(o.m_oGame.Gravity(), 3500);
+    oConsole.PressKey(KEY_DOWN);
+    EXPECT_EQ(o.Type("\n"), Lines());
+    EXPECT_TRUE(o.m_oGame.Unbreakable());
+    oConsole.PressKey(KEY_DOWN);
+    EXPECT_EQ(o.Type("\n"), Lines());
+    EXPECT_EQ(CTexts::s_nLanguage, 1);
+    oConsole.PressKey('\x1b'); // means nothing
+    EXPECT_EQ(o.Type("abc\b"), Lines());
 
     CScreen oScreen;
-    oScreen.SetSize(40, 12, false);
-    oConsole.BeginFrame();
-    oConsole.EndFrame(1000);
-    oConsole.Draw(oScreen);
+    oScreen.SetSize(40, 12);
+    oConsole.NextFrame();
+    oConsole.Draw(oScreen, 1);
     CShown oShown(40, 12);
     oShown.Add(oScreen.Present());
     const auto Line = [](std::string sText) { return ' ' + sText + std::string(39 - sText.size(), ' '); };
     EXPECT_EQ(oShown.GetLines(),
-              (Lines{std::string(40, ' '), Line("> ab_"), Line(""), Line("Game:"), Line(""), Line("  Gravity: 3.700"),
-                     Line("  Unbreakable: [x]"), Line("> Language: 1"), Line("  -- full at 1/30 second --"),
-                     ' ' + ("  Frames: " + std::string(29, ' ')), Line(""), Line("")}));
+              (Lines{std::string(40, ' '), Line("> ab_"), Line(""), Line("Game:"), Line(""), Line("  Gravity: 3.500"),
+                     Line("  Unbreakable: [x]"), Line("> Language: Nederlands"), Line("  -- full at 1/30 second --"),
+                     ' ' + ("  Frames: #" + std::string(28, ' ')), Line(""), Line("")}));
 
     for (int nPage = 0; nPage < 3; ++nPage)
     {
-        oConsole.PressKey(keyRight);
-        oConsole.BeginFrame();
-        {
-            const CRegion oRegion("MainLoop");
-            oConsole.Draw(oScreen);
-        }
-        oConsole.EndFrame(1);
+        oConsole.PressKey(KEY_RIGHT);
+        oConsole.NextFrame();
+        oConsole.Measure("MainLoop", [&] { oConsole.Draw(oScreen, 60); });
     }
 
-    oConsole.PressKey(keyRight);
-    oConsole.BeginFrame();
-    {
-        const CRegion oRegion("MainLoop");
-    }
-    oConsole.EndFrame(1);
-    oConsole.PressKey(keyUp); // has the text made anew
-    oConsole.Draw(oScreen);
+    oConsole.PressKey(KEY_RIGHT);
+    oConsole.NextFrame();
+    oConsole.Measure("MainLoop", [] {});
+    oConsole.NextFrame();
+    oConsole.PressKey(KEY_UP); // has the text made anew
+    oConsole.Draw(oScreen, 60);
     oShown.Add(oScreen.Present());
     std::string sPage;
     for (const std::string& sLine : oShown.GetLines())
@@ -662,6 +688,36 @@ TEST(IsolatedLander, ShowsAndChangesItsValues)
 
     oConsole.Show(false);
     EXPECT_FALSE(CConsole::IsShown());
+}
+
+TEST(IsolatedLander, TellsOfWhatNobodyKnows)
+{
+    const CHome oHome;
+    CAssets::Open();
+    CTexts::Load();
+    CTestConsole o;
+    o.m_oConsole.Show(true);
+    // with the focus on each line: the number, the switch, the choice, the separator, the graph
+    for (int nLine = 0; nLine < 5; ++nLine)
+    {
+        o.m_oGame.Gravity() = 1620;
+        EXPECT_EQ(o.Type("nonsense\n"), Lines{"nonsense"}) << nLine;
+        EXPECT_EQ(o.Type("-1\n21\n1x\nnan\n"), (Lines{"-1", "21", "1x", "nan"})) << nLine;
+        EXPECT_EQ(o.Type("gravity\ngravity 1x\ngravity 20.5\nunbreakable 1\n gravity 2\n"),
+                  (Lines{"gravity", "gravity 1x", "gravity 20.5", "unbreakable 1", " gravity 2"}))
+            << nLine;
+        EXPECT_EQ(o.m_oGame.Gravity(), 1620);
+        EXPECT_FALSE(o.m_oGame.Unbreakable());
+        EXPECT_EQ(CTexts::s_nLanguage, 0);
+        EXPECT_EQ(o.Type("gravity 0 \n"), Lines());
+        EXPECT_EQ(o.m_oGame.Gravity(), 0);
+        o.m_oConsole.PressKey(KEY_DOWN);
+    }
+    EXPECT_EQ(o.Type("unbreakable\n"), Lines());
+    EXPECT_TRUE(o.m_oGame.Unbreakable());
+    for (int i = 0; i < 4; ++i)
+        o.m_oConsole.PressKey(KEY_DOWN);
+    EXPECT_EQ(o.Type("\n"), Lines()) << "an empty line is no command";
 }
 
 // ---------------------------------------------------------------- two windows
@@ -677,15 +733,15 @@ TEST(LanderGhost, ShowsEachWindowTheOther)
         {
             CGhost oSecond(sName);
             EXPECT_TRUE(oSecond.IsSecond());
-            oFirst.Send({1, 22, 33, -1});
-            CGhost::sShip oShip;
+            oFirst.Send({.m_nLevel = 1, .m_nX = 22, .m_nY = 33, .m_nTilt = -1});
+            sFlight oShip;
             ASSERT_TRUE(oSecond.Receive(oShip));
             EXPECT_EQ(oShip.m_nX, 22);
             EXPECT_EQ(oShip.m_nTilt, -1);
             EXPECT_FALSE(oSecond.Receive(oShip));
 
-            oSecond.Send({2, 1, 2, 3});
-            oSecond.Send({3, 1, 2, 3});
+            oSecond.Send({.m_nLevel = 2});
+            oSecond.Send({.m_nLevel = 3});
             ASSERT_TRUE(oFirst.Receive(oShip));
             EXPECT_EQ(oShip.m_nLevel, 3) << "the last one counts";
 
@@ -710,9 +766,9 @@ TEST(LanderGhost, LeavesOtherMessagesAlone)
         oStranger.Write(sBytes.data(), nSize);
         oStranger.EndWrite();
     }
-    CGhost::sShip oShip;
+    sFlight oShip;
     EXPECT_FALSE(oFirst.Receive(oShip));
-    EXPECT_EQ(oShip.m_nLevel, -1);
+    EXPECT_EQ(oShip, sFlight());
 }
 
 // ---------------------------------------------------------------- at a terminal
@@ -776,6 +832,15 @@ TEST_F(LanderAtTerminal, TakesCommandsOfTheConsole)
     for (const char* pLine : {"command gravity 3.7\r\n", "level 2: The Ridge\r\n", "command quit\r\n"})
         EXPECT_NE(sLog.find(pLine), std::string::npos) << pLine << sLog;
     EXPECT_EQ(sLog.find("nonsense"), std::string::npos);
+}
+
+TEST_F(LanderAtTerminal, ShowsTheCommandThatNobodyKnows)
+{
+    const auto pChild = Start();
+    pChild->Type("\tnonsense\n");
+    EXPECT_TRUE(pChild->WaitFor("Unknown command: nonsense"));
+    pChild->Type("quit\n");
+    ExpectEnd(*pChild, 0);
 }
 
 TEST_F(LanderAtTerminal, AsksWhenAnAssertionFails)

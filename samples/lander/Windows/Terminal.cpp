@@ -3,25 +3,16 @@
 #include "../Terminal.h"
 
 #include <array>
-#include <atomic>
-#include <csignal>
-#include <cstdlib>
-#include <stdexcept>
 
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 // behind it, since it needs its types
 #include <psapi.h>
 
-#ifndef ENABLE_VIRTUAL_TERMINAL_PROCESSING
-#    define ENABLE_VIRTUAL_TERMINAL_PROCESSING 0x0004
-#endif
-
 namespace
 {
 HANDLE s_hInput = nullptr, s_hOutput = nullptr;
 DWORD s_nInputMode = 0, s_nOutputMode = 0;
-std::atomic<bool> s_bEntered = false;
 
 BOOL WINAPI OnControl(DWORD nEvent)
 {
@@ -30,63 +21,29 @@ BOOL WINAPI OnControl(DWORD nEvent)
         Sleep(2000); // the program is ended when this returns: it gets the time to save
     return TRUE;
 }
-
-LONG WINAPI OnCrash(EXCEPTION_POINTERS*)
-{
-    CTerminal::Restore();
-    return EXCEPTION_CONTINUE_SEARCH;
-}
-
-int ToKey(const KEY_EVENT_RECORD& oEvent)
-{
-    constexpr int ARROWS[] = {keyLeft, keyUp, keyRight, keyDown};
-    if (oEvent.wVirtualKeyCode >= VK_LEFT && oEvent.wVirtualKeyCode <= VK_DOWN)
-        return ARROWS[oEvent.wVirtualKeyCode - VK_LEFT];
-    const int nByte = static_cast<unsigned char>(oEvent.uChar.AsciiChar);
-    return nByte == '\r' ? keyEnter : nByte;
-}
 } // namespace
 
-CTerminal::CTerminal()
+bool CTerminal::Begin()
 {
     s_hInput = GetStdHandle(STD_INPUT_HANDLE);
     s_hOutput = GetStdHandle(STD_OUTPUT_HANDLE);
-    if (!GetConsoleMode(s_hInput, &s_nInputMode) || !GetConsoleMode(s_hOutput, &s_nOutputMode) ||
-        !SetConsoleMode(s_hOutput, s_nOutputMode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING))
-        throw std::runtime_error("the console: cannot be set up");
-    SetConsoleMode(s_hInput, ENABLE_PROCESSED_INPUT | ENABLE_WINDOW_INPUT);
     SetConsoleCtrlHandler(&OnControl, TRUE);
-    SetUnhandledExceptionFilter(&OnCrash);
-    std::signal(SIGABRT, [](int) { Restore(); });
-    std::atexit(&CTerminal::Restore);
-    s_bEntered = true;
-    Write("\x1b[?1049h\x1b[?25l\x1b[2J"); // another screen beside the one with the lines, and no cursor
+    return GetConsoleMode(s_hInput, &s_nInputMode) && GetConsoleMode(s_hOutput, &s_nOutputMode);
 }
 
-bool CTerminal::IsThere()
+void CTerminal::SetRaw(bool bRaw)
 {
-    DWORD nMode = 0;
-    return GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &nMode) &&
-           GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &nMode);
+    constexpr DWORD SEQUENCES = ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
+    SetConsoleMode(s_hInput, bRaw ? ENABLE_PROCESSED_INPUT | ENABLE_WINDOW_INPUT : s_nInputMode);
+    SetConsoleMode(s_hOutput, bRaw ? s_nOutputMode | SEQUENCES : s_nOutputMode);
 }
 
-void CTerminal::Restore()
-{
-    constexpr std::string_view LEAVE = "\x1b[0m\x1b[?25h\x1b[?1049l";
-    if (!s_bEntered.exchange(false))
-        return;
-    DWORD nWritten = 0;
-    WriteFile(s_hOutput, LEAVE.data(), static_cast<DWORD>(LEAVE.size()), &nWritten, nullptr);
-    SetConsoleMode(s_hInput, s_nInputMode);
-    SetConsoleMode(s_hOutput, s_nOutputMode);
-}
-
-void CTerminal::GetSize(int& nWidth, int& nHeight) const
+std::pair<int, int> CTerminal::GetSize()
 {
     CONSOLE_SCREEN_BUFFER_INFO oInfo{};
-    const bool bTold = GetConsoleScreenBufferInfo(s_hOutput, &oInfo) != 0;
-    nWidth = bTold ? oInfo.srWindow.Right - oInfo.srWindow.Left + 1 : 80;
-    nHeight = bTold ? oInfo.srWindow.Bottom - oInfo.srWindow.Top + 1 : 24;
+    if (!GetConsoleScreenBufferInfo(s_hOutput, &oInfo))
+        return {80, 24};
+    return {oInfo.srWindow.Right - oInfo.srWindow.Left + 1, oInfo.srWindow.Bottom - oInfo.srWindow.Top + 1};
 }
 
 bool CTerminal::Write(std::string_view sBytes)
@@ -95,28 +52,29 @@ bool CTerminal::Write(std::string_view sBytes)
     return !s_bEntered || WriteFile(s_hOutput, sBytes.data(), static_cast<DWORD>(sBytes.size()), &nWritten, nullptr);
 }
 
-bool CTerminal::ReadKeys(int nMilliseconds, std::vector<int>& aKeys)
+bool CTerminal::Read(int nMilliseconds, std::string& sTyped)
 {
-    if (s_nEndSignal != 0)
-        return false;
-    if (WaitForSingleObject(s_hInput, static_cast<DWORD>(nMilliseconds)) != WAIT_OBJECT_0)
-        return true;
-
     std::array<INPUT_RECORD, 256> aEvents;
     DWORD nEvents = 0;
-    if (!ReadConsoleInputA(s_hInput, aEvents.data(), static_cast<DWORD>(aEvents.size()), &nEvents))
+    if (WaitForSingleObject(s_hInput, static_cast<DWORD>(nMilliseconds)) == WAIT_OBJECT_0 &&
+        !ReadConsoleInputA(s_hInput, aEvents.data(), static_cast<DWORD>(aEvents.size()), &nEvents))
         return false;
     for (DWORD i = 0; i < nEvents; ++i)
     {
-        const KEY_EVENT_RECORD& oEvent = aEvents[i].Event.KeyEvent;
-        if (aEvents[i].EventType == KEY_EVENT && oEvent.bKeyDown && ToKey(oEvent) != 0)
-            aKeys.push_back(ToKey(oEvent));
+        const KEY_EVENT_RECORD& oKey = aEvents[i].Event.KeyEvent;
+        if (aEvents[i].EventType != KEY_EVENT || !oKey.bKeyDown)
+            continue;
+        if (oKey.wVirtualKeyCode >= VK_LEFT && oKey.wVirtualKeyCode <= VK_DOWN)
+            sTyped += {'\x1b', '[', "DACB"[oKey.wVirtualKeyCode - VK_LEFT]}; // as a terminal types them
+        else if (oKey.uChar.AsciiChar != 0)
+            sTyped += oKey.uChar.AsciiChar;
     }
     return s_nEndSignal == 0;
 }
 
-std::size_t GetResidentMemory()
+unsigned GetPeakMemory()
 {
     PROCESS_MEMORY_COUNTERS oMemory{};
-    return K32GetProcessMemoryInfo(GetCurrentProcess(), &oMemory, sizeof(oMemory)) ? oMemory.WorkingSetSize / 1024 : 0;
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &oMemory, sizeof(oMemory));
+    return static_cast<unsigned>(oMemory.PeakWorkingSetSize / 1024);
 }
