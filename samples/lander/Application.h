@@ -84,7 +84,7 @@ protected:
             In("Ghost", [&] { TalkToGhost(nTicks); });
             In("Draw", [&] { Draw(); });
             if (CConsole::IsShown())
-                m_oConsole.Measure("Console", [&] { m_oConsole.Draw(m_oPicture, m_oTimer.GetFPS(REAL_TIME)); });
+                m_oConsole.Measure("Console", [&] { m_oConsole.Draw(m_oScene, m_oTimer.GetFPS(REAL_TIME)); });
             In("Present", [&] { Present(); });
         };
         m_oConsole.NextFrame();
@@ -125,7 +125,7 @@ private:
         CLoader oLoader(m_oSettings.GetInt("Levels", 99));
         while (m_pTerminal != nullptr && !oLoader.IsDone() && !m_bQuit)
         {
-            m_oPicture.DrawLoading(oLoader.GetProgress());
+            m_oScene.DrawLoading(oLoader.GetProgress());
             Present();
             WaitForFrame();
         }
@@ -158,7 +158,7 @@ private:
             if (!CTerminal::Read(static_cast<int>(std::clamp<long long>(oLeft.count(), 0, 100)), m_sTyped))
                 m_bLost = m_bQuit = true;
             if (std::erase(m_sTyped, '\f') > 0)
-                m_oPicture.Forget();
+                m_oScene.Forget();
             m_sTyped.resize(std::min(m_sTyped.size(), MOST_KEYS));
         }
     }
@@ -205,23 +205,23 @@ private:
     void Draw()
     {
         const sFlight& o = m_oGame.GetFlight();
-        m_oPicture.DrawGround(m_oGame.GetLevel());
+        m_oScene.DrawGround(m_oGame.GetLevel());
         if (m_nOtherAge < TICKS_A_SECOND && m_oOther.m_nLevel == o.m_nLevel)
-            m_oPicture.DrawShip(m_oOther, COLOUR_GHOST);
-        m_oPicture.DrawShip(o, o.m_nState == FLIGHT_CRASHED ? COLOUR_BAD : COLOUR_BRIGHT);
+            m_oScene.DrawShip(m_oOther, COLOUR_GHOST);
+        m_oScene.DrawShip(o, o.m_nState == FLIGHT_CRASHED ? COLOUR_BAD : COLOUR_BRIGHT);
         if (m_nMessage > 0 && --m_nMessage == 0)
             m_sMessage.clear();
-        m_oPicture.DrawTexts(m_oGame, m_oTimer.GetFPS(REAL_TIME), m_oTimer.IsPaused(GAME_TIME), m_sMessage);
+        m_oScene.DrawTexts(m_oGame, m_oTimer.GetFPS(REAL_TIME), m_oTimer.IsPaused(GAME_TIME), m_sMessage);
     }
 
     void Present()
     {
-        const std::string_view sBytes = m_oPicture.Present();
+        const std::string_view sBytes = m_oScene.Present();
         m_nOutput += sBytes.size();
         if (m_pTerminal != nullptr && !CTerminal::Write(sBytes))
             m_bLost = m_bQuit = true;
         const auto [nWidth, nHeight] = m_pTerminal != nullptr ? CTerminal::GetSize() : std::pair(120, 40);
-        m_oPicture.SetSize(nWidth, nHeight);
+        m_oScene.SetSize(nWidth, nHeight);
     }
 
     void Say(const std::string& sText)
@@ -279,7 +279,7 @@ private:
                     CTerminal::Restore();
                 return itAnswer->second;
             }
-            o.m_oPicture.DrawBox(pCaption, pText, bAsks ? TEXT_ANSWERS : TEXT_CONTINUE);
+            o.m_oScene.DrawBox(pCaption, pText, bAsks ? TEXT_ANSWERS : TEXT_CONTINUE);
             o.Present();
         }
         return bAsks ? mbaYes : mbaOk;
@@ -313,7 +313,7 @@ private:
         {"quit", {[this](float) { m_bQuit = true; }}}};
     CSettings m_oSettings;
     sGameData m_oData;
-    CPicture m_oPicture{m_oData.m_aShip};
+    CScene m_oScene{m_oData.m_aShip};
     CConsole m_oConsole{m_oGame, m_oCommands};
     Clock::time_point m_oDue; // of the next frame
     std::optional<CGhost> m_oGhost;

@@ -122,11 +122,11 @@ private:
 };
 
 /// The picture of the game.
-class CPicture : public CScreen
+class CScene : public CScreen
 {
 public:
     /// @param aShip  the lines of three pictures: tilted left, upright, tilted right
-    explicit CPicture(const std::vector<std::string>& aShip) : m_aShip(aShip) {}
+    explicit CScene(const std::vector<std::string>& aShip) : m_aShip(aShip) {}
 
     void DrawGround(const sLevel& oLevel)
     {

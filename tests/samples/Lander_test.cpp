@@ -592,17 +592,17 @@ TEST(IsolatedLander, DrawsAtAnySize)
     constexpr std::pair<int, int> SIZES[] = {{1, 1}, {2, 2}, {10, 5}, {5, 100}, {80, 24}, {120, 40}, {300, 3}};
     for (const auto& [nWidth, nHeight] : SIZES)
     {
-        CPicture oPicture(oData.m_aShip);
-        oPicture.SetSize(nWidth, nHeight);
-        oPicture.DrawLoading(0.5F);
-        oPicture.DrawGround(oLevel);
+        CScene oScene(oData.m_aShip);
+        oScene.SetSize(nWidth, nHeight);
+        oScene.DrawLoading(0.5F);
+        oScene.DrawGround(oLevel);
         for (const std::int32_t nTilt : {-3, 0, 3})
-            oPicture.DrawShip({.m_nX = 600 * METRE, .m_nY = 200 * METRE, .m_nTilt = nTilt, .m_nThrottle = 4},
-                              COLOUR_BRIGHT);
-        oPicture.DrawTexts(oGame, 60, true, "message");
-        oPicture.DrawBox("caption", "text\nof lines", TEXT_ANSWERS);
+            oScene.DrawShip({.m_nX = 600 * METRE, .m_nY = 200 * METRE, .m_nTilt = nTilt, .m_nThrottle = 4},
+                            COLOUR_BRIGHT);
+        oScene.DrawTexts(oGame, 60, true, "message");
+        oScene.DrawBox("caption", "text\nof lines", TEXT_ANSWERS);
         CShown oShown(nWidth, nHeight);
-        oShown.Add(oPicture.Present());
+        oShown.Add(oScene.Present());
     }
 }
 
