@@ -60,7 +60,7 @@ int PrintV(const char* pFormat, std::va_list pArguments)
     char aText[DEBUG_TEXT_SIZE];
     int nLength = STR_vsnprintf(aText, DEBUG_TEXT_SIZE - 1, OrEmpty(pFormat), pArguments);
     if (nLength < 0)
-        nLength = DEBUG_TEXT_SIZE - 1;
+        nLength = aText[0] != '\0' ? DEBUG_TEXT_SIZE - 1 : 0; // it was cut, or cannot be formatted
     aText[nLength] = '\0';
     HOOK_WriteDebugger(aText);
     return nLength;

@@ -350,6 +350,19 @@ TEST_F(LogOutputs, PrintsToTheDebuggerWithinItsBuffer)
     }
 }
 
+TEST_F(LogOutputs, TakesATextThatCannotBeFormatted)
+{
+    const wchar_t aNoText[] = {static_cast<wchar_t>(0xD800), L'\0'};
+    const int nLength = Debug_Printf("%ls", aNoText);
+    ASSERT_EQ(g_oOutputs.size(), 1U);
+    EXPECT_EQ(static_cast<std::size_t>(nLength), g_oOutputs.back().size());
+    const std::string sShown = g_oOutputs.back();
+
+    EXPECT_TRUE(_VQ_Log_Fn("f", "App", "", 1, 0, LOG_DEBUGGER | LOG_FILE, 2, "%ls", aNoText));
+    EXPECT_EQ(g_oOutputs[1], sShown);
+    EXPECT_TRUE(m_oDirectory.Read("App.log").ends_with(" | f | 1 | " + sShown + "\r\n"));
+}
+
 TEST_F(LogOutputs, AsksWhatToDoAboutAnAssertion)
 {
     for (const eMessageBoxAnswer nAnswer : {mbaYes, mbaOk})

@@ -73,8 +73,10 @@ public:
 
     bool IsFull() const { return m_oView.m_nMost && m_nShown >= *m_oView.m_nMost; }
 
+    static bool IsInterrupted() { return g_nInterrupt != 0; }
+
     /// Whether the work ends here.
-    bool IsAtEnd() const { return IsFull() || g_nInterrupt != 0; }
+    bool IsAtEnd() const { return IsFull() || IsInterrupted(); }
 
     void PrintCounts(unsigned long nMalformed) const
     {
@@ -138,6 +140,13 @@ public:
         return std::filesystem::exists(m_sName, oError);
     }
 
+    /// Whether it may be one that grows: not what is read once, such as a pipe.
+    bool CanGrow() const
+    {
+        std::error_code oError;
+        return !Exists() || std::filesystem::is_regular_file(m_sName, oError);
+    }
+
     /// Hands what is new to fnTake(bytes) while that returns true. Before the bytes of a file that is not the one of
     /// the reading before it calls fnRestart(). The file is open only meanwhile, so that it can be renamed or removed.
     ///
@@ -159,18 +168,22 @@ public:
             return std::string_view(aBytes.data(), nRead);
         };
 
-        // The same file begins with what it began with, and is no shorter.
-        oFile.seekg(0, std::ios::end);
-        const bool bShorter = static_cast<std::uint64_t>(std::max<std::streamoff>(oFile.tellg(), 0)) < m_nPosition;
-        oFile.seekg(0);
-        if (bShorter || ReadBlock(m_sBeginning.size()) != m_sBeginning)
+        // The same file begins with what it began with, and is no shorter. The first reading goes nowhere: a pipe can
+        // be read so.
+        if (m_nPosition != 0)
         {
-            fnRestart();
-            m_nPosition = 0;
-            m_sBeginning.clear();
+            oFile.seekg(0, std::ios::end);
+            const bool bShorter = static_cast<std::uint64_t>(std::max<std::streamoff>(oFile.tellg(), 0)) < m_nPosition;
+            oFile.seekg(0);
+            if (bShorter || ReadBlock(m_sBeginning.size()) != m_sBeginning)
+            {
+                fnRestart();
+                m_nPosition = 0;
+                m_sBeginning.clear();
+            }
+            oFile.seekg(static_cast<std::streamoff>(m_nPosition));
         }
 
-        oFile.seekg(static_cast<std::streamoff>(m_nPosition));
         for (std::string_view sBlock = ReadBlock(BLOCK_SIZE); !sBlock.empty(); sBlock = ReadBlock(BLOCK_SIZE))
         {
             m_nPosition += sBlock.size();
@@ -240,6 +253,8 @@ void ShowFile(const std::string& sName, bool bFollow, const sView& oView)
     CGrowingFile oFile(sName);
     if (!bFollow && !oFile.Exists())
         throw CFailure(sName, "there is no such file");
+    if (bFollow && !oFile.CanGrow())
+        throw CFailure(sName, "not a file that grows");
     CatchSignals();
 
     CScreen oScreen(oView);
@@ -271,7 +286,9 @@ void ShowFile(const std::string& sName, bool bFollow, const sView& oView)
                     throw CFailure(sName, "cannot be read");
                 oLines.End();
             });
-        if (oLines.GetMalformed() != 0)
+        if (oScreen.IsInterrupted())
+            oScreen.PrintCounts(oLines.GetMalformed());
+        else if (oLines.GetMalformed() != 0)
             PrintWarning(MakePrintable(sName) + ": " + std::to_string(oLines.GetMalformed()) + " malformed");
         return;
     }
@@ -281,7 +298,8 @@ void ShowFile(const std::string& sName, bool bFollow, const sView& oView)
     Watch(
         [&]
         {
-            ReadOn();
+            if (!ReadOn() && oFile.Exists())
+                throw CFailure(sName, "cannot be read");
             oLines.Pause();
             while (!oScreen.IsAtEnd())
             {

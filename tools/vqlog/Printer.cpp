@@ -77,6 +77,11 @@ char GetEscape(std::uint32_t nCharacter)
     }
 }
 
+bool IsControl(std::uint32_t nCharacter)
+{
+    return nCharacter < FIRST_PRINTABLE || (nCharacter >= DELETE_CHARACTER && nCharacter < FIRST_BEYOND_CONTROLS);
+}
+
 std::string Printable(std::string_view sText)
 {
     std::string sResult;
@@ -85,9 +90,7 @@ std::string Printable(std::string_view sText)
         sText,
         [&](std::string_view sBytes, std::uint32_t nCharacter)
         {
-            const bool bControl =
-                nCharacter < FIRST_PRINTABLE || (nCharacter >= DELETE_CHARACTER && nCharacter < FIRST_BEYOND_CONTROLS);
-            if (!bControl)
+            if (!IsControl(nCharacter))
                 sResult += sBytes;
             else if (const char cEscape = GetEscape(nCharacter); cEscape != '\0')
                 (sResult += '\\') += cEscape;
@@ -110,7 +113,7 @@ std::string Quoted(std::string_view sText)
                 (sResult += '\\') += sBytes;
             else if (const char cEscape = GetEscape(nCharacter); cEscape != '\0')
                 (sResult += '\\') += cEscape;
-            else if (nCharacter < FIRST_PRINTABLE || nCharacter == DELETE_CHARACTER)
+            else if (IsControl(nCharacter))
                 sResult += Format("\\u%04X", nCharacter);
             else
                 sResult += sBytes;

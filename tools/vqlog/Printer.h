@@ -19,5 +19,6 @@ using ArrivalTime = std::optional<std::chrono::system_clock::time_point>;
 /// @param bColours  colour the title of the class
 std::string FormatText(const sLogRecord& oRecord, const ArrivalTime& oTime, bool bColours);
 
-/// A record as a JSON object on one line. Bytes that are not UTF-8 are taken as characters of Latin-1.
+/// A record as a JSON object on one line. Bytes that are not UTF-8 are taken as characters of Latin-1; control
+/// characters are escapes here, too.
 std::string FormatJson(const sLogRecord& oRecord, const ArrivalTime& oTime);

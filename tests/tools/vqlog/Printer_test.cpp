@@ -92,4 +92,9 @@ TEST(VqlogPrinter, WritesAJsonObject)
     const std::string sJson = FormatJson(oRecord, {});
     EXPECT_EQ(sJson.substr(sJson.find("\"message\":") + 10),
               "\"\\\"\\\\\\r\\n\\t\\u0000\\u001F\\u007F caf\xC3\xA9 \\u00E9\"}");
+
+    // A terminal may show it: neither form of a control character beyond ASCII commands it.
+    oRecord.m_sMessage = "\xC2\x80\xC2\x9B\xC2\x9F\xC2\xA0 \x9B";
+    const std::string sControls = FormatJson(oRecord, {});
+    EXPECT_EQ(sControls.substr(sControls.find("\"message\":") + 10), "\"\\u0080\\u009B\\u009F\xC2\xA0 \\u009B\"}");
 }

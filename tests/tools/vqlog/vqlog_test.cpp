@@ -10,12 +10,14 @@
 #include <tests/support/Terminal.h>
 #include <tests/support/TestDirectory.h>
 #include <tests/support/TestEnvironment.h>
+#include <tests/support/TestFile.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <random>
@@ -361,6 +363,49 @@ TEST(Vqlog, TellsWhatItCannotRead)
     EXPECT_EQ(RunTool({"--file", "d"}), Outcome(1, "vqlog: d: cannot be read\n"));
     EXPECT_EQ(RunTool({"--file", "text.log"}),
               Outcome(0, ShownFileLine("one\\r\\ntorn | li") + "vqlog: warning: text.log: 1 malformed\n"));
+}
+
+TEST(Vqlog, ShowsWhatComesThroughAPipe)
+{
+    if (!HasSpecialFiles())
+        GTEST_SKIP() << "this system has no pipes among its files";
+
+    const CTestDirectory oDirectory;
+    ASSERT_TRUE(MakePipe("pipe"));
+    ChildProcess oChild(Command({"--file", "pipe"}));
+    std::ofstream("pipe", std::ios::binary) << FileLine("one") << FileLine("two", 6);
+    EXPECT_EQ(WaitFor(oChild), Outcome(0, ShownFileLine("one") + ShownFileLine("two", "Error")));
+}
+
+TEST(Vqlog, FollowsOnlyWhatGrows)
+{
+    const CTestDirectory oDirectory;
+    oDirectory.MakeDirectory("d");
+    EXPECT_EQ(RunTool({"--file", "d", "-f"}), Outcome(1, "vqlog: d: not a file that grows\n"));
+    if (HasSpecialFiles())
+    {
+        ASSERT_TRUE(MakePipe("pipe"));
+        EXPECT_EQ(RunTool({"--file", "pipe", "-f"}), Outcome(1, "vqlog: pipe: not a file that grows\n"));
+        // a file whose first byte nobody reads
+        EXPECT_EQ(RunTool({"--file", "/proc/self/mem", "-f"}), Outcome(1, "vqlog: /proc/self/mem: cannot be read\n"));
+    }
+}
+
+TEST(Vqlog, EndsOnAnInterruptWithACountInAFileToo)
+{
+    if (!HasTerminals() || !HasSpecialFiles())
+        GTEST_SKIP() << "no terminals to type an interrupt at on this system";
+
+    const CTestDirectory oDirectory;
+    ASSERT_TRUE(MakePipe("pipe"));
+    CTerminalChild oChild(Command({"--file", "pipe", "--grep", "one"}));
+    std::ofstream oWriter("pipe", std::ios::binary);
+    oWriter << FileLine("one") << FileLine("two") << std::flush;
+    oChild.Type("\x03");
+    EXPECT_TRUE(oChild.WaitFor("^C"));
+    oWriter.close();
+    EXPECT_TRUE(oChild.WaitFor("vqlog: 1 shown, 1 left out, 0 malformed\r\n"));
+    EXPECT_EQ(oChild.Wait().nExitCode, 0);
 }
 
 TEST(Vqlog, FollowsAFileAsItGrows)
