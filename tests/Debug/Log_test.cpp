@@ -4,6 +4,7 @@
 #include <Common/Platform/PlatformHooks.h>
 
 #include <tests/support/ChildProcess.h>
+#include <tests/support/Debugger.h>
 #include <tests/support/TestDirectory.h>
 
 #include <gtest/gtest.h>
@@ -90,12 +91,16 @@ std::vector<std::string> LinesOf(const std::string& sFile)
     return oLines;
 }
 
-/// Runs one of the disabled tests below in a process of its own.
+/// What runs one of the disabled tests below in a process of its own.
+std::vector<std::string> ChildCommand(const std::string& sName)
+{
+    return {ThisProgram(), "--in-process", "--gtest_also_run_disabled_tests",
+            "--gtest_filter=LogChild.DISABLED_" + sName};
+}
+
 ChildResult RunChild(const std::string& sName)
 {
-    ChildResult oResult = ChildProcess({ThisProgram(), "--in-process", "--gtest_also_run_disabled_tests",
-                                        "--gtest_filter=LogChild.DISABLED_" + sName})
-                              .Wait();
+    ChildResult oResult = ChildProcess(ChildCommand(sName)).Wait();
     std::erase(oResult.sOutput, '\r'); // line ends of text streams
     return oResult;
 }
@@ -436,6 +441,39 @@ TEST(LogChild, DISABLED_AnswersCancel)
     std::atexit([] { std::fputs("exit handler\n", stderr); });
     HOOK_SetMessageBox([](const char*, const char*, eMessageBoxKind) { return mbaCancel; });
     Alternate_Debug_Assert("e", "c", "f", 1);
+    std::_Exit(WENT_ON);
+}
+
+TEST(LogEnd, BreaksIntoTheDebuggerWhereAnAssertionIsAnsweredYes)
+{
+    bool bTrapped = false;
+    const int nCode = RunDebugged(ChildCommand("AnswersYes"), bTrapped);
+    if (nCode == -1)
+        GTEST_SKIP() << "no process may debug another one here";
+    EXPECT_EQ(nCode, WENT_ON) << "it goes on behind the trap";
+    EXPECT_TRUE(bTrapped);
+
+    EXPECT_EQ(RunDebugged(ChildCommand("AnswersOtherwise"), bTrapped), WENT_ON);
+    EXPECT_FALSE(bTrapped) << "only yes leads there";
+    EXPECT_EQ(RunDebugged(ChildCommand("AnswersNo"), bTrapped), 0);
+    EXPECT_FALSE(bTrapped);
+    EXPECT_EQ(RunDebugged(ChildCommand("AnswersCancel"), bTrapped), 0);
+    EXPECT_FALSE(bTrapped);
+
+    EXPECT_EQ(RunChild("AnswersYes").nExitCode, WENT_ON) << "without a debugger the program goes on";
+}
+
+TEST(LogChild, DISABLED_AnswersYes)
+{
+    HOOK_SetMessageBox([](const char*, const char*, eMessageBoxKind) { return mbaYes; });
+    VQ_ASSERT(g_bLogAgain, "the debugger is asked for");
+    std::_Exit(WENT_ON);
+}
+
+TEST(LogChild, DISABLED_AnswersOtherwise)
+{
+    HOOK_SetMessageBox([](const char*, const char*, eMessageBoxKind) { return mbaOk; });
+    VQ_ASSERT(g_bLogAgain, "nobody decides");
     std::_Exit(WENT_ON);
 }
 

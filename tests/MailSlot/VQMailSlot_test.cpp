@@ -155,6 +155,43 @@ TEST_F(VQMailSlot, BytesOfAMessageAreFixed)
         EXPECT_EQ(aBytes[i], '\0') << i;
 }
 
+TEST_F(VQMailSlot, FieldsStandInTheirOrder)
+{
+    // Behind the pointer to the virtual operations.
+    constexpr std::size_t HANDLE = sizeof(void*);
+    constexpr std::size_t SERVER = HANDLE + sizeof(void*);
+    constexpr std::size_t WRITTEN = SERVER + 4;
+    constexpr std::size_t READ = WRITTEN + 4;
+    constexpr std::size_t MESSAGE = READ + 4;
+    constexpr std::size_t POSITION = MESSAGE + 400;
+    const auto BytesOf = [](const CVQMailSlot& oSlot) { return reinterpret_cast<const char*>(&oSlot); };
+    const auto NumberAt = [&](const CVQMailSlot& oSlot, std::size_t nOffset)
+    {
+        std::uint32_t nNumber = 0;
+        std::memcpy(&nNumber, BytesOf(oSlot) + nOffset, sizeof nNumber);
+        return nNumber;
+    };
+
+    const CVQMailSlot oNew;
+    EXPECT_EQ(NumberAt(oNew, HANDLE), 0U);
+    Send("12345");
+    m_oServer.BeginRead();
+    char aRead[3];
+    m_oServer.Read(aRead, 3);
+    for (const CVQMailSlot* pSlot : {&m_oServer, &m_oClient})
+        EXPECT_NE(NumberAt(*pSlot, HANDLE), 0U);
+    EXPECT_EQ(BytesOf(m_oServer)[SERVER], 1);
+    EXPECT_EQ(BytesOf(m_oClient)[SERVER], 0);
+    EXPECT_EQ(NumberAt(m_oClient, WRITTEN), 5U);
+    EXPECT_EQ(NumberAt(m_oServer, WRITTEN), 0U);
+    EXPECT_EQ(NumberAt(m_oServer, READ), 5U);
+    EXPECT_EQ(NumberAt(m_oClient, READ), 0U);
+    EXPECT_STREQ(BytesOf(m_oServer) + MESSAGE, "12345");
+    EXPECT_STREQ(BytesOf(m_oClient) + MESSAGE, "12345");
+    EXPECT_EQ(NumberAt(m_oServer, POSITION), 3U);
+    EXPECT_EQ(NumberAt(m_oClient, POSITION), 5U);
+}
+
 TEST_F(VQMailSlot, FourHundredBytesGoAndOneMoreThrowsBeforeAnythingIsSent)
 {
     const std::string sFull(400, 'f');

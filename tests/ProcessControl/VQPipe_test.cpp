@@ -3,10 +3,12 @@
 
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Fork.h>
+#include <tests/support/PrivateMember.h>
 #include <tests/support/VirtualSlot.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -61,7 +63,23 @@ void ExpectRoundTrip(CVQPipe& oPipe, TValue oValue)
     EXPECT_EQ(oRead, oValue);
     EXPECT_FALSE(oPipe.HasData());
 }
+
+// The 32-bit words of an object, behind the pointer to its virtual operations.
+std::array<std::uint32_t, 3> FieldsOf(const CVQPipe& oPipe)
+{
+    std::array<std::uint32_t, 3> aFields;
+    std::memcpy(aFields.data(), reinterpret_cast<const char*>(&oPipe) + sizeof(void*), sizeof aFields);
+    return aFields;
+}
 } // namespace
+
+struct sPipeThrow
+{
+    using Type = void (CVQPipe::*)(unsigned long, unsigned long, const char*, const char*) const;
+    friend Type GetPrivate(sPipeThrow);
+};
+
+template struct RevealPrivate<sPipeThrow, &CVQPipe::ThrowException>;
 
 TEST(VQPipe, ANewObjectIsNotOpenAndRefusesEverything)
 {
@@ -416,6 +434,85 @@ TEST(VQPipe, ATextThatDoesNotComeLeavesTheBufferLent)
         EXPECT_FALSE(oPipe.Read(sText));
         EXPECT_EQ(sText.GetData()->m_nLockCount, nLocks + 1) << nLength;
     }
+}
+
+TEST(VQPipe, FieldsStandInTheirOrderAndAreCopied)
+{
+    CVQPipe oPipe;
+    EXPECT_EQ(FieldsOf(oPipe)[1], 0U);
+    EXPECT_EQ(FieldsOf(oPipe)[2], 0U);
+    const std::uint32_t nReserved = 0x12345678;
+    std::memcpy(reinterpret_cast<char*>(&oPipe) + sizeof(void*), &nReserved, sizeof nReserved);
+    ASSERT_TRUE(oPipe.Open());
+    const auto aFields = FieldsOf(oPipe);
+    EXPECT_EQ(aFields[0], nReserved);
+
+    // The first handle reads and the second one writes.
+    EXPECT_TRUE(oPipe.Write('x'));
+    EXPECT_NE(aFields[1], 0U);
+    EXPECT_NE(aFields[2], 0U);
+    EXPECT_NE(aFields[1], aFields[2]);
+    CVQPipe oSwapped(oPipe);
+    const std::uint32_t aSwapped[] = {aFields[2], aFields[1]};
+    std::memcpy(reinterpret_cast<char*>(&oSwapped) + sizeof(void*) + sizeof nReserved, aSwapped, sizeof aSwapped);
+    char c = '\0';
+    EXPECT_FALSE(oSwapped.Read(c));
+    EXPECT_FALSE(oSwapped.Write('x'));
+
+    const CVQPipe oCopy(oPipe);
+    CVQPipe oAssigned;
+    oAssigned = oPipe;
+    EXPECT_EQ(FieldsOf(oCopy), aFields);
+    EXPECT_EQ(FieldsOf(oAssigned), aFields);
+    oPipe.Close();
+    EXPECT_EQ(FieldsOf(oPipe), aFields) << "the old handles stay";
+}
+
+TEST(VQPipe, ThrowsTheExceptionOfItsClass)
+{
+    const CVQPipe oPipe;
+    const std::string sLong(300, 'x');
+
+    const struct
+    {
+        const char* pFile;
+        const char* pMessage;
+        const char* pShown;
+    } aCases[] = {
+        {"Common/ProcessControl/VQPipe", "a message", "a message"},
+        {"Common/ProcessControl/VQPipe", nullptr, ""},
+    };
+
+    for (const auto& oCase : aCases)
+    {
+        try
+        {
+            (oPipe.*GetPrivate(sPipeThrow()))(7, 8, oCase.pFile, oCase.pMessage);
+            ADD_FAILURE() << "nothing was thrown";
+        }
+        catch (const CVQPipeException& oCaught)
+        {
+            CVQPipeException oError(oCaught);
+            EXPECT_EQ(oError.GetErrorClass(), ecCommunication);
+            EXPECT_EQ(oError.GetErrorCode(), 7UL);
+            EXPECT_EQ(oError.GetLine(), 8UL);
+            EXPECT_STREQ(oError.GetFileName(), oCase.pFile);
+            EXPECT_STREQ(oError.GetErrorString(), oCase.pShown);
+        }
+    }
+
+    try
+    {
+        (oPipe.*GetPrivate(sPipeThrow()))(7, 8, sLong.c_str(), sLong.c_str());
+    }
+    catch (const CVQPipeException& oCaught)
+    {
+        CVQPipeException oError(oCaught);
+        EXPECT_EQ(oError.GetFileName(), std::string(255, 'x'));
+        EXPECT_EQ(oError.GetErrorString(), std::string(255, 'x'));
+        return;
+    }
+    ADD_FAILURE() << "nothing was thrown";
 }
 
 TEST(VQPipe, VirtualOperationsStandInTheirSlots)
