@@ -23,13 +23,14 @@
 ///
 /// What the services do by themselves:
 ///
-/// | service         | Windows                               | elsewhere |
-/// |-----------------|---------------------------------------|-----------|
-/// | message box     | the system's box, topmost             | the terminal, when the program has one; else a dialog
-/// program (zenity, kdialog, xmessage), when there is a display; else the text on standard error | | debugger output |
-/// the system's debugger output          | standard error, one write a call | | beep            | the system's sound |
-/// the bell, when standard error is a terminal | | open a document | the browser that reports are made for | the
-/// desktop's opener, when there is a display |
+/// - message box: on Windows the system's box, topmost; elsewhere the terminal, when the program has one; else a dialog
+///   program (zenity, kdialog, xmessage), when there is a display; else the text on standard error
+/// - debugger output: on Windows the system's; elsewhere standard error, one write a call, and nothing in a program
+/// that
+///   was started without one
+/// - beep: on Windows the system's sound; elsewhere the bell, when standard error is a terminal
+/// - open a document: on Windows the browser that reports are made for; elsewhere the desktop's opener, when there is a
+///   display
 ///
 /// Where nobody can answer, a box answers ok, or yes. The environment variable COMMON_NO_DIALOG, set to anything but an
 /// empty text, says that nobody is there, on every system: test runs and build machines set it.

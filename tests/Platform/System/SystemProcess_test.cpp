@@ -1,9 +1,12 @@
 #include <Common/Debug/Log.h>
+#include <Common/File/FileIO.h>
 #include <Common/Platform/PlatformHooks.h>
 #include <Common/Platform/System/SystemProcess.h>
 
+#include <tests/support/ChildProcess.h>
 #include <tests/support/Fork.h>
 #include <tests/support/StandardError.h>
+#include <tests/support/TestDirectory.h>
 #include <tests/support/TestEnvironment.h>
 
 #include <gtest/gtest.h>
@@ -89,6 +92,26 @@ TEST(SystemProcess, TextsForTheDebuggerReachWhatKnowsOnlyPlainWrites)
         oNames = oError.Take();
     }
     EXPECT_EQ(oNames, CTexts{"next\n"});
+}
+
+TEST(SystemProcess, TextsForTheDebuggerGetIntoNoFileWhereThereIsNoStandardError)
+{
+    REQUIRE_STANDARD_ERROR();
+
+    const CTestDirectory oDirectory;
+    ChildProcess oChild({"/bin/sh", "-c", "exec \"$0\" \"$@\" 2>&-", ThisProgram(), "--in-process",
+                         "--gtest_also_run_disabled_tests", "--gtest_filter=SystemProcessChild.DISABLED_WritesAFile"});
+    EXPECT_EQ(oChild.Wait().nExitCode, 0);
+    EXPECT_EQ(oDirectory.Read("data"), "kept");
+}
+
+TEST(SystemProcessChild, DISABLED_WritesAFile)
+{
+    CFileIO oFile;
+    oFile.Open("data", CFileIO::WRITE);
+    HOOK_WriteDebugger("lost");
+    EXPECT_TRUE(oFile.Write("kept", 4));
+    EXPECT_TRUE(oFile.Close());
 }
 
 TEST(SystemProcess, ATextForTheDebuggerIsCutWhereNoMoreIsTaken)

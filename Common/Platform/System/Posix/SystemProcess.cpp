@@ -39,6 +39,10 @@ static_assert(std::atomic<pid_t>::is_always_lock_free);
 // Null for a static object that asks before it is made, too.
 std::atomic<pid_t>* g_pProcess = MakeProcessPage();
 
+// Where a program starts without a standard error the first file, slot or pipe that is opened takes its number: texts
+// for the debugger must not get into it.
+const bool g_bLacksStandardError = fcntl(STDERR_FILENO, F_GETFD) == -1;
+
 bool WaitUntilWritable(int nDescriptor)
 {
     pollfd oPoll = {nDescriptor, POLLOUT, 0};
@@ -92,6 +96,9 @@ void BreakIntoDebugger()
 
 void WriteDebugger(const char* pText)
 {
+    if (g_bLacksStandardError)
+        return;
+
     const int nError = errno;
 
     std::size_t nLeft = std::strlen(pText);
