@@ -25,9 +25,8 @@
 ///
 /// - message box: on Windows the system's box, topmost; elsewhere the terminal, when the program has one; else a dialog
 ///   program (zenity, kdialog, xmessage), when there is a display; else the text on standard error
-/// - debugger output: on Windows the system's; elsewhere standard error, one write a call, and nothing in a program
-/// that
-///   was started without one
+/// - debugger output: on Windows the system's; elsewhere standard error, one write a call, and nothing in a
+///   program that was started without one
 /// - beep: on Windows the system's sound; elsewhere the bell, when standard error is a terminal
 /// - open a document: on Windows the browser that reports are made for; elsewhere the desktop's opener, when there is a
 ///   display

@@ -1,8 +1,9 @@
-// A program that reports at every time of its life, and so does a library that it links.
+// A program that reports at every time of its life, and so do two libraries that it links.
 
 #include <Common/Debug/Log.h>
 
-extern "C" void ReportFromLibrary();
+extern "C" void ReportFromFirst();
+extern "C" void ReportFromSecond();
 
 namespace
 {
@@ -22,6 +23,7 @@ struct SReporter
 int main()
 {
     Report("main");
-    ReportFromLibrary();
+    ReportFromFirst();
+    ReportFromSecond();
     return 0;
 }

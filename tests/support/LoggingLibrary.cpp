@@ -1,4 +1,5 @@
-// A library that reports when it is loaded, when it is called and when it is unloaded.
+// A library that reports when it is loaded, when it is called and when it is unloaded. It is made twice, under the
+// names that LIBRARY_NAME and LIBRARY_CALL say.
 
 #include <Common/Debug/Log.h>
 
@@ -12,18 +13,19 @@ namespace
 {
 void Report(const char* pMessage)
 {
-    _VQ_Log_Fn("library", "Probe", "", __LINE__, 0, LOG_DEBUGGER | LOG_FILE | LOG_NETWORK, ecInfo, "%s", pMessage);
+    _VQ_Log_Fn("library", "Probe", "", __LINE__, 0, LOG_DEBUGGER | LOG_FILE | LOG_NETWORK, ecInfo, "%s %s",
+               LIBRARY_NAME, pMessage);
 }
 
 struct SReporter
 {
-    SReporter() { Report("library begins"); }
+    SReporter() { Report("begins"); }
 
-    ~SReporter() { Report("library ends"); }
+    ~SReporter() { Report("ends"); }
 } g_oReporter;
 } // namespace
 
-extern "C" LIBRARY_API void ReportFromLibrary()
+extern "C" LIBRARY_API void LIBRARY_CALL()
 {
-    Report("library is called");
+    Report("is called");
 }

@@ -42,6 +42,10 @@ void RequirePlain(const std::string& sLine)
 {
     Require(std::none_of(sLine.begin(), sLine.end(),
                          [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }));
+
+    // Those of two bytes: U+0080 to U+009F.
+    for (std::size_t n = sLine.find('\xC2'); n != std::string::npos; n = sLine.find('\xC2', n + 1))
+        Require(n + 1 < sLine.size() && static_cast<unsigned char>(sLine[n + 1]) >= 0xA0);
 }
 } // namespace
 
