@@ -11,6 +11,7 @@
 #include <Common/ProcessControl/VQCriticalSection.h>
 #include <Common/String/VQString.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <charconv>
@@ -121,7 +122,7 @@ public:
             if (oChannel.pFileMutex != nullptr)
                 SYNC_DestroyMutex(oChannel.pFileMutex);
             oChannel.sFileMutexName = sApplication;
-            oChannel.pFileMutex = SYNC_CreateMutex(false, ("Common.Log." + oChannel.sFileMutexName).c_str());
+            oChannel.pFileMutex = SYNC_CreateMutex(false, MutexNameOf(sApplication).c_str());
         }
         m_pMutex = oChannel.pFileMutex;
         if (m_pMutex != nullptr)
@@ -138,6 +139,16 @@ public:
     CFileLock& operator=(const CFileLock&) = delete;
 
 private:
+    /// A name that may name a mutex: those have no back slashes, and an end. Two files with one lock do no harm.
+    static std::string MutexNameOf(const std::string& sApplication)
+    {
+        constexpr std::size_t MAX_SIZE = 200;
+
+        std::string sName = sApplication.substr(sApplication.size() - std::min(sApplication.size(), MAX_SIZE));
+        std::replace(sName.begin(), sName.end(), '\\', '/');
+        return "Common.Log." + sName;
+    }
+
     void* m_pMutex = nullptr;
 };
 

@@ -407,7 +407,7 @@ TEST_F(SystemMailSlot, ACopyOfTheProcessOpensSlotsWhateverThreadsOfTheFirstOneDo
                 while (!bEnd)
                     System::CloseMailSlot(System::OpenMailSlotClient(MailSlotName("*", m_sSlot).c_str()));
             });
-    for (int i = 0; i < 500 && !HasFailure(); ++i)
+    for (int i = 0; i < 150 && !HasFailure(); ++i)
     {
         EXPECT_EQ(
             RunInFork([this] { return System::OpenMailSlotClient(MailSlotName("*", m_sSlot).c_str()) != 0 ? 7 : 8; }),
