@@ -26,6 +26,7 @@ public:
     explicit CApplication(CTerminal* pTerminal) : m_pTerminal(pTerminal)
     {
         s_pThis = this;
+        g_bVQProfilerEnabled = true;
         HOOK_SetMessageBox(&OnMessageBox);
         for (const int nChannel : {GAME_TIME, REAL_TIME})
         {
@@ -34,11 +35,24 @@ public:
             m_oTimer.Start(nChannel);
         }
         Present(); // takes the size of the terminal
-        const std::string sError = m_oSettings.Load();
-        if (!sError.empty())
-            CJournal::Report(ecWarning, "the settings: " + sError);
-        UseLanguage(m_pTerminal != nullptr ? m_oSettings.GetInt("Language", CTexts::LANGUAGE_COUNT - 1) : 0);
-        Load();
+        Report(ecWarning, m_oSettings.Load());
+        if (m_pTerminal != nullptr)
+            g_nLanguage = static_cast<std::size_t>(m_oSettings.GetInt("Language", std::size(LANGUAGES) - 1));
+
+        CLoader oLoader(static_cast<unsigned long>(m_oSettings.GetInt("Levels", 99)));
+        while (m_pTerminal != nullptr && oLoader.GetProgress() < 1 && !m_bQuit)
+        {
+            m_oScene.DrawLoading(oLoader.GetProgress());
+            Present();
+            WaitForFrame();
+        }
+        m_oData = oLoader.Take();
+        m_oCommands["level"].m_fMost = static_cast<float>(m_oData.m_aLevels.size());
+        for (const std::string& sError : m_oData.m_aErrors)
+            Report(ecError, sError);
+        if (!m_oData.m_aErrors.empty())
+            Say(Text(TEXT_LEVEL_ERRORS) + std::to_string(m_oData.m_aErrors.size()));
+        Report(ecInfo, std::to_string(m_oData.m_aLevels.size()) + " levels were loaded");
         StartLevel(0);
     }
 
@@ -60,16 +74,12 @@ public:
 
         if (m_bLost) // the player did not mean to end it
             SaveFlight();
-        m_oSettings.SetInt("Language", CTexts::s_nLanguage);
-        m_oSettings.SetInt("Best", std::max(m_oSettings.GetInt("Best", INT32_MAX), m_oGame.GetFlight().m_nScore));
-        const std::string sError = m_oSettings.Save();
-        CJournal::Report(sError.empty() ? ecInfo : ecError, sError.empty() ? "the game ends" : sError);
+        m_oSettings.SetProperty("Language", static_cast<int>(g_nLanguage));
+        Report(ecError, SaveSafely(CSettings::FILE_NAME, [&](CFileIO& oFile) { return m_oSettings.Write(&oFile); }));
+        Report(ecInfo, "the game ends");
     }
 
 protected:
-    static constexpr int GAME_TIME = 0; // stands still in a pause
-    static constexpr int REAL_TIME = 1; // does not
-
     void PlayFrame(int nTicks)
     {
         // Without a terminal a frame takes some thousand cycles, and to measure a part of it takes fifty: only what the
@@ -90,10 +100,7 @@ protected:
         m_oConsole.NextFrame();
         m_oConsole.Measure("MainLoop", Frame);
         if (m_nProfiled > 0 && --m_nProfiled == 0)
-        {
-            m_oProfiler.EndSession(true, true); // writes the report and opens it
-            Say(Text(TEXT_REPORT));
-        }
+            m_oProfiler.EndSession(true, true), Say(Text(TEXT_REPORT)); // writes the report and opens it
     }
 
     /// Goes on after a flight: to the next level, or to the same once more.
@@ -104,63 +111,36 @@ protected:
             StartLevel(o.m_nLevel + (o.m_nState == FLIGHT_LANDED ? 1 : 0));
     }
 
-    void BeginProfile(const char* pName)
-    {
-        g_bVQProfilerEnabled = true;
-        m_oProfiler.BeginSession(pName);
-    }
-
     CTerminal* m_pTerminal;
     CVQTimer m_oTimer;
     sGameProfiler m_oProfiler;
     CGame m_oGame;
-    std::string m_sTyped;        // keys that were not looked at yet
-    std::uint64_t m_nOutput = 0; // bytes
+    std::string m_sTyped; // keys that were not looked at yet
 
 private:
     const char* GetSaveFile() const { return m_pTerminal != nullptr ? "lander.sav" : "demo.sav"; }
 
-    void Load()
-    {
-        CLoader oLoader(m_oSettings.GetInt("Levels", 99));
-        while (m_pTerminal != nullptr && !oLoader.IsDone() && !m_bQuit)
-        {
-            m_oScene.DrawLoading(oLoader.GetProgress());
-            Present();
-            WaitForFrame();
-        }
-        m_oData = oLoader.Take();
-        m_oCommands["level"].m_fMost = static_cast<float>(m_oData.m_aLevels.size());
-        for (const std::string& sError : m_oData.m_aErrors)
-            CJournal::Report(ecError, sError);
-        if (!m_oData.m_aErrors.empty())
-            Say(Text(TEXT_LEVEL_ERRORS) + std::to_string(m_oData.m_aErrors.size()));
-        CJournal::Report(ecInfo, std::to_string(m_oData.m_aLevels.size()) + " levels were loaded");
-    }
-
     void StartLevel(int nLevel)
     {
-        constexpr std::int32_t SEED = 1969;
         nLevel = nLevel < static_cast<int>(m_oData.m_aLevels.size()) ? nLevel : 0;
-        m_oGame.Start(&m_oData.m_aLevels[static_cast<std::size_t>(nLevel)], nLevel, SEED + nLevel);
-        CJournal::Report(ecMessage, "level " + std::to_string(nLevel + 1) + ": " + m_oGame.GetLevel().m_sName);
+        m_oGame.Start(&m_oData.m_aLevels[static_cast<std::size_t>(nLevel)], nLevel,
+                      1969 + nLevel); // the seed is the same every time
+        Report(ecMessage, "level " + std::to_string(nLevel + 1) + ": " + m_oGame.GetLevel().m_sName);
     }
 
     // Frames are due at even distances; one that comes late moves all that follow. Keys are what is slept over.
     void WaitForFrame()
     {
         using namespace std::chrono;
-        constexpr std::size_t MOST_KEYS = 256; // who leans on the keyboard loses the others
         m_oDue = std::max(m_oDue + nanoseconds(seconds(1)) / TICKS_A_SECOND, Clock::now());
         for (milliseconds oLeft(1); m_pTerminal != nullptr && !m_bQuit && oLeft.count() > 0;)
         {
             oLeft = ceil<milliseconds>(m_oDue - Clock::now());
             if (!CTerminal::Read(static_cast<int>(std::clamp<long long>(oLeft.count(), 0, 100)), m_sTyped))
                 m_bLost = m_bQuit = true;
-            if (std::erase(m_sTyped, '\f') > 0)
-                m_oScene.Forget();
-            m_sTyped.resize(std::min(m_sTyped.size(), MOST_KEYS));
         }
+        if (std::erase(m_sTyped, '\f') > 0) // Ctrl+L: something else has written over the picture
+            m_oScene.Forget();
     }
 
     void PressKeys()
@@ -168,15 +148,11 @@ private:
         while (!m_sTyped.empty()) // one by one: a key may open a message box, for which those behind it are meant
         {
             const int nKey = CTerminal::TakeKey(m_sTyped);
-            std::string sUnknown;
-            if (nKey == '\t')
-                m_oConsole.Show(!CConsole::IsShown());
-            else if (CConsole::IsShown())
-                sUnknown = m_oConsole.PressKey(nKey);
+            m_sMessage.clear(); // it has been read
+            if (nKey == '\t' || CConsole::IsShown())
+                m_sMessage += m_oConsole.PressKey(nKey);
             else if (const auto itKey = KEYS.find(nKey); itKey != KEYS.end())
                 m_oConsole.Do(itKey->second);
-            if (!sUnknown.empty())
-                Say(Text(TEXT_UNKNOWN) + sUnknown);
         }
     }
 
@@ -186,19 +162,18 @@ private:
         const std::int32_t nState = o.m_nState;
         for (int i = 0; i < nTicks; ++i)
             m_oGame.Tick();
-        if (o.m_nState != nState && o.m_nState == FLIGHT_LANDED)
-            CJournal::Report(ecGameMessage, "landed: score " + std::to_string(o.m_nScore));
-        else if (o.m_nState != nState)
-            CJournal::Report(ecNote, "crashed");
+        const bool bLanded = o.m_nState == FLIGHT_LANDED;
+        if (o.m_nState != nState)
+            Report(bLanded ? ecGameMessage : ecNote,
+                   bLanded ? "landed: score " + std::to_string(o.m_nScore) : "crashed");
     }
 
     void TalkToGhost(int nTicks)
     {
-        constexpr int BETWEEN = 6; // ticks from a message to the next
         if (!m_oGhost)
             return;
         m_nOtherAge = m_oGhost->Receive(m_oOther) ? 0 : m_nOtherAge + 1;
-        if (nTicks > 0 && m_oGame.GetFlight().m_nTick % BETWEEN < nTicks)
+        if (nTicks > 0 && m_oGame.GetFlight().m_nTick % 6 < nTicks) // ten times a second
             m_oGhost->Send(m_oGame.GetFlight());
     }
 
@@ -209,73 +184,55 @@ private:
         if (m_nOtherAge < TICKS_A_SECOND && m_oOther.m_nLevel == o.m_nLevel)
             m_oScene.DrawShip(m_oOther, COLOUR_GHOST);
         m_oScene.DrawShip(o, o.m_nState == FLIGHT_CRASHED ? COLOUR_BAD : COLOUR_BRIGHT);
-        if (m_nMessage > 0 && --m_nMessage == 0)
-            m_sMessage.clear();
         m_oScene.DrawTexts(m_oGame, m_oTimer.GetFPS(REAL_TIME), m_oTimer.IsPaused(GAME_TIME), m_sMessage);
     }
 
     void Present()
     {
         const std::string_view sBytes = m_oScene.Present();
-        m_nOutput += sBytes.size();
         if (m_pTerminal != nullptr && !CTerminal::Write(sBytes))
             m_bLost = m_bQuit = true;
         const auto [nWidth, nHeight] = m_pTerminal != nullptr ? CTerminal::GetSize() : std::pair(120, 40);
         m_oScene.SetSize(nWidth, nHeight);
     }
 
-    void Say(const std::string& sText)
-    {
-        m_sMessage = sText;
-        m_nMessage = 150; // frames
-    }
-
-    void UseLanguage(int nLanguage)
-    {
-        CTexts::s_nLanguage = nLanguage % CTexts::LANGUAGE_COUNT;
-        Say(Text(TEXT_LANGUAGE));
-    }
+    void Say(const std::string& sText) { m_sMessage = sText; }
 
     void SaveFlight()
     {
-        const std::string sBytes = CSavedGame::Pack(m_oGame.GetFlight());
+        const std::string sBytes = SavedGame::Pack(m_oGame.GetFlight());
         const auto nSize = static_cast<unsigned long>(sBytes.size());
         const std::string sError =
             SaveSafely(GetSaveFile(), [&](CFileIO& oFile) { return oFile.Write(sBytes.data(), nSize); });
-        if (!sError.empty())
-            CJournal::Report(ecError, sError);
+        Report(ecError, sError);
         Say(sError.empty() ? Text(TEXT_SAVED) : Text(TEXT_NOT_SAVED) + sError);
     }
 
     void LoadFlight(const char* pName)
     {
-        const auto Load = [&]
-        {
-            const sFlight oFlight =
-                CSavedGame::Unpack(CAssets::Read(pName), static_cast<int>(m_oData.m_aLevels.size()));
-            m_oGame.Resume(&m_oData.m_aLevels[static_cast<std::size_t>(oFlight.m_nLevel)], oFlight);
-        };
-        const std::string sError = GetError(Load);
-        if (!sError.empty())
-            CJournal::Report(ecCriticalError, std::string(pName) + ": " + sError);
+        sFlight oFlight;
+        const auto& aLevels = m_oData.m_aLevels;
+        const std::string sError = GetError([&] { oFlight = SavedGame::Unpack(ReadAsset(pName), aLevels.size()); });
+        if (sError.empty())
+            m_oGame.Resume(&aLevels[static_cast<std::size_t>(oFlight.m_nLevel)], oFlight);
+        Report(ecCriticalError, sError);
         Say(sError.empty() ? Text(TEXT_LOADED) : Text(TEXT_NOT_LOADED) + sError);
     }
 
     // The game draws its own boxes: those of assertions, and those that the library shows.
     static eMessageBoxAnswer OnMessageBox(const char* pText, const char* pCaption, eMessageBoxKind nKind)
     {
+        static const std::map<int, eMessageBoxAnswer> s_oAnswers = {
+            {'y', mbaYes}, {'n', mbaNo}, {'c', mbaCancel}, {'\n', mbaOk}};
         const bool bAsks = nKind == mbkYesNoCancel;
-        using Answers = std::map<int, eMessageBoxAnswer>;
-        const Answers oAnswers =
-            bAsks ? Answers{{'y', mbaYes}, {'n', mbaNo}, {'c', mbaCancel}} : Answers{{'\n', mbaOk}, {'\x1b', mbaOk}};
         for (CApplication& o = *s_pThis; o.m_pTerminal != nullptr && !o.m_bQuit; o.WaitForFrame())
         {
             while (!o.m_sTyped.empty())
             {
-                const auto itAnswer = oAnswers.find(CTerminal::TakeKey(o.m_sTyped));
-                if (itAnswer == oAnswers.end())
+                const auto itAnswer = s_oAnswers.find(CTerminal::TakeKey(o.m_sTyped));
+                if (itAnswer == s_oAnswers.end() || bAsks == (itAnswer->second == mbaOk))
                     continue;
-                if (bAsks && itAnswer->first != 'y') // both others end the program
+                if (bAsks && itAnswer->second != mbaYes) // both others end the program
                     CTerminal::Restore();
                 return itAnswer->second;
             }
@@ -296,24 +253,23 @@ private:
     Commands m_oCommands = {
         {"thrust", {[this](float fSteps) { m_oGame.Throttle(static_cast<int>(fSteps)); }, -4, 4}},
         {"tilt", {[this](float fSteps) { m_oGame.Tilt(static_cast<int>(fSteps)); }, -6, 6}},
-        {"gravity",
-         {[this](float fValue) { m_oGame.Gravity() = static_cast<int>(std::lround(fValue * 1000)); }, 0, 20}},
+        {"gravity", {[this](float f) { m_oGame.Gravity() = static_cast<int>(std::lround(f * 1000)); }, 0, 20}},
         {"level", {[this](float fNumber) { StartLevel(static_cast<int>(fNumber) - 1); }, 1, 1}},
-        {"unbreakable", {[this](float) { m_oGame.Unbreakable() = !m_oGame.Unbreakable(); }}},
-        {"language", {[this](float) { UseLanguage(CTexts::s_nLanguage + 1); }}},
+        {"language",
+         {[this](float) { g_nLanguage = (g_nLanguage + 1) % std::size(LANGUAGES), Say(Text(TEXT_LANGUAGE)); }}},
         {"next", {[this](float) { GoOn(); }}},
         {"pause",
          {[this](float) { m_oTimer.IsPaused(GAME_TIME) ? m_oTimer.Continue(GAME_TIME) : m_oTimer.Pause(GAME_TIME); }}},
         {"save", {[this](float) { SaveFlight(); }}},
         {"load", {[this](float) { LoadFlight(GetSaveFile()); }}},
         {"old", {[this](float) { LoadFlight("saves/old.sav"); }}}, // of an older version, to see that it still loads
-        {"profile", {[this](float) { BeginProfile("lander"), m_nProfiled = 300; }}},
+        {"profile", {[this](float) { m_oProfiler.BeginSession("lander"), m_nProfiled = 300; }}},
         {"assert", {[this](float) { VQ_ASSERT(m_oGame.GetFlight().m_nFuel < 0, "the key for a failed assertion"); }}},
         {"help", {[this](float) { Say(Text(TEXT_HELP)); }}},
         {"quit", {[this](float) { m_bQuit = true; }}}};
     CSettings m_oSettings;
     sGameData m_oData;
-    CScene m_oScene{m_oData.m_aShip};
+    CScene m_oScene{m_oData.m_aShips};
     CConsole m_oConsole{m_oGame, m_oCommands};
     Clock::time_point m_oDue; // of the next frame
     std::optional<CGhost> m_oGhost;
@@ -321,7 +277,6 @@ private:
     int m_nOtherAge = TICKS_A_SECOND; // frames since it was heard of
     int m_nProfiled = 0;              // frames until the report
     std::string m_sMessage;
-    int m_nMessage = 0; // frames that it is still shown
     bool m_bQuit = false;
     bool m_bLost = false; // the terminal is gone, or a signal has come
 };

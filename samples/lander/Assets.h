@@ -6,19 +6,14 @@
 // by its name alone; the order of the roots decides which one comes. Texts are named by number: the hook answers in the
 // language of the moment, so that switching while the game runs takes one assignment.
 
-#include <Common/Common.h>
+#include <Common/Common.h> // and the standard headers that its interface needs
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cmath>
-#include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 constexpr const char* LOOSE_ROOT = "mods";     ///< a directory; what lies in it comes first
 constexpr const char* ARCHIVE_ROOT = "lander"; ///< the archive lander.arc
@@ -35,7 +30,7 @@ inline std::string GetError(const std::function<void()>& fnWork)
 {
     try
     {
-        fnWork();
+        return fnWork(), "";
     }
     catch (const CVQException& oError)
     {
@@ -45,48 +40,46 @@ inline std::string GetError(const std::function<void()>& fnWork)
     {
         return oError.what();
     }
-    return "";
 }
 
-/// The files that the game came with.
-class CAssets
+/// Throws unless something holds.
+inline void Require(bool bHolds, const std::string& sError)
 {
-public:
-    /// Sets the roots up, by the current directory; throws when the archive is missing, damaged or of another version.
-    static void Open()
-    {
-        CExtendedFileSystem* const pFiles = CExtendedFileSystem::Instance();
-        pFiles->Setup();
-        pFiles->AddRoot(LOOSE_ROOT);
-        pFiles->AddRoot(ARCHIVE_ROOT);
-        if (!std::filesystem::exists("lander.arc") && !std::filesystem::is_directory(ARCHIVE_ROOT))
-            throw std::runtime_error("lander.arc: is missing");
-        Read("settings.vqp"); // the first file that comes out of the archive tells what is wrong with it
-    }
+    if (!bHolds)
+        throw std::runtime_error(sError);
+}
 
-    /// Reads a whole file; any thread may. Throws when it is not there or cannot be read.
-    static std::string Read(const std::string& sName)
-    {
-        constexpr unsigned long MOST_BYTES = 1 << 20; // what players lay into the loose directory may be anything
-        const auto oStart = Clock::now();
-        CFileIO oFile;
-        oFile.Open(sName.c_str(), CFileIO::READ);
-        std::string sBytes(std::min(oFile.GetSize(), MOST_BYTES), '\0');
-        if (!sBytes.empty())
-            oFile.Read(sBytes.data(), static_cast<unsigned long>(sBytes.size()));
-        s_nMicroseconds += static_cast<unsigned>(std::lround(MillisecondsSince(oStart) * 1000));
+/// Sets the roots up, by the current directory; throws when the archive is missing, damaged or of another version.
+inline void OpenAssets()
+{
+    CExtendedFileSystem::Instance()->AddRoot(LOOSE_ROOT);
+    CExtendedFileSystem::Instance()->AddRoot(ARCHIVE_ROOT);
+    const bool bThere = std::filesystem::exists("lander.arc") || std::filesystem::is_directory(ARCHIVE_ROOT);
+    Require(bThere, "lander.arc: is missing");
+    CFileIO().Open("settings.vqp", CFileIO::READ); // the first file out of the archive tells what is wrong with it
+}
 
-        bool bLoose = false;
-        for (const std::filesystem::path oRoot : {".", LOOSE_ROOT, ARCHIVE_ROOT})
-            bLoose = bLoose || std::filesystem::exists(oRoot / sName);
-        ++(bLoose ? s_nLoose : s_nArchived);
-        s_nBytes += static_cast<unsigned>(sBytes.size());
-        return sBytes;
-    }
+// What was read so far, and from where.
+inline std::atomic<unsigned> g_nArchived = 0, g_nLoose = 0, g_nBytes = 0, g_nMicroseconds = 0;
 
-    // what was read so far, and from where
-    static inline std::atomic<unsigned> s_nArchived = 0, s_nLoose = 0, s_nBytes = 0, s_nMicroseconds = 0;
-};
+/// Reads a whole file; any thread may. Throws when it is not there or cannot be read.
+inline std::string ReadAsset(const std::string& sName)
+{
+    const auto oStart = Clock::now();
+    CFileIO oFile;
+    oFile.Open(sName.c_str(), CFileIO::READ);
+    std::string sBytes(std::min(oFile.GetSize(), 1UL << 20), '\0'); // players may lay anything into the loose directory
+    if (!sBytes.empty())
+        oFile.Read(sBytes.data(), static_cast<unsigned long>(sBytes.size()));
+    g_nMicroseconds += static_cast<unsigned>(std::lround(MillisecondsSince(oStart) * 1000));
+    g_nBytes += static_cast<unsigned>(sBytes.size());
+
+    bool bLoose = false;
+    for (const std::filesystem::path oRoot : {".", LOOSE_ROOT, ARCHIVE_ROOT})
+        bLoose = bLoose || std::filesystem::exists(oRoot / sName);
+    ++(bLoose ? g_nLoose : g_nArchived);
+    return sBytes;
+}
 
 /// Writes a file beside the one that is there and puts it in its place when it is whole: a full disk costs nothing that
 /// was saved before. The work gets the open file, and answers whether it was written. Gives "" or what went wrong.
@@ -97,8 +90,7 @@ inline std::string SaveSafely(const std::string& sName, const std::function<bool
     {
         CFileIO oFile;
         oFile.Open(sBeside.c_str(), CFileIO::WRITE);
-        if (!fnWrite(oFile) || !oFile.Flush() || !oFile.Close())
-            throw std::runtime_error("cannot be written");
+        Require(fnWrite(oFile) && oFile.Flush() && oFile.Close(), "cannot be written");
         std::filesystem::rename(sBeside, sName);
     };
     const std::string sError = GetError(Write);
@@ -114,45 +106,31 @@ constexpr long TEXT_ALTITUDE = 101, TEXT_SPEED = 102, TEXT_FUEL = 103, TEXT_SCOR
                TEXT_SECOND_PLAYER = 115, TEXT_LOADING = 116, TEXT_CONTINUE = 117, TEXT_ANSWERS = 118,
                TEXT_LEVEL_ERRORS = 119, TEXT_HELP = 120, TEXT_UNKNOWN = 121, TEXT_LAST = TEXT_UNKNOWN;
 
-/// The texts of the game in all its languages.
-class CTexts
+constexpr const char* LANGUAGES[] = {"texts/english.txt", "texts/dutch.txt"};
+
+inline std::map<long, CVQString> g_aTexts[std::size(LANGUAGES)];
+inline std::size_t g_nLanguage = 0; ///< an index of both; may change at any time
+
+/// Reads the texts in all languages and installs the hook; throws when a file or a text is missing.
+inline void LoadTexts()
 {
-public:
-    static constexpr const char* FILES[] = {"texts/english.txt", "texts/dutch.txt"};
-    static constexpr int LANGUAGE_COUNT = static_cast<int>(std::size(FILES));
-
-    static inline int s_nLanguage = 0; ///< below LANGUAGE_COUNT; may change at any time
-
-    /// Reads all languages and installs the hook; throws when a file or a text is missing.
-    static void Load()
+    for (std::size_t i = 0; i < std::size(LANGUAGES); ++i)
     {
-        for (int i = 0; i < LANGUAGE_COUNT; ++i)
-        {
-            // The same records can be read from a file on disk, in an archive and in memory: here a number and a text.
-            std::string sBytes = CAssets::Read(FILES[i]);
-            CMemFileIO oFile(reinterpret_cast<unsigned char*>(sBytes.data()), static_cast<unsigned>(sBytes.size()), 0);
-            CVQString oText;
-            for (int nId = 0; oFile.ReadAscii(nId) && oFile.ReadAscii(oText);)
-                s_aTexts[i][nId] = oText;
-            for (long nText = TEXT_ALTITUDE; nText <= TEXT_LAST; ++nText)
-            {
-                if (s_aTexts[i][nText].IsEmpty())
-                    throw std::runtime_error(FILES[i] + (": text " + std::to_string(nText)) + " is missing");
-            }
-        }
-        CVQString::s_pfnLoadString = &LoadString;
+        // The same records can be read from a file on disk, in an archive and in memory: here a number and a text.
+        std::string sBytes = ReadAsset(LANGUAGES[i]);
+        CMemFileIO oFile(reinterpret_cast<unsigned char*>(sBytes.data()), static_cast<unsigned>(sBytes.size()), 0);
+        CVQString oText;
+        for (int nId = 0; oFile.ReadAscii(nId) && oFile.ReadAscii(oText);)
+            g_aTexts[i][nId] = oText;
+        for (long nText = TEXT_ALTITUDE; nText <= TEXT_LAST; ++nText)
+            Require(!g_aTexts[i][nText].IsEmpty(), LANGUAGES[i] + (": text " + std::to_string(nText)) + " is missing");
     }
-
-private:
-    static bool LoadString(long nId, CVQString& oTarget)
+    CVQString::s_pfnLoadString = [](long nId, CVQString& oTarget)
     {
-        const bool bFound = s_aTexts[s_nLanguage].contains(nId);
-        oTarget = bFound ? s_aTexts[s_nLanguage].at(nId) : CVQString();
-        return bFound;
-    }
-
-    static inline std::map<long, CVQString> s_aTexts[LANGUAGE_COUNT];
-};
+        oTarget = g_aTexts[g_nLanguage].contains(nId) ? g_aTexts[g_nLanguage].at(nId) : "";
+        return !oTarget.IsEmpty();
+    };
+}
 
 /// A text in the language of the moment: a string that is made of a number asks the hook.
 inline std::string Text(long nText)

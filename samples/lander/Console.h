@@ -5,54 +5,25 @@
 // Why: who builds a game wants to see and change its values while it runs. The library keeps pages, focus and command
 // line; a control of one's own takes a few lines, and the drawing is the game's. Reports go to the file Lander.log and
 // to every monitor that listens (run vqlog in a second terminal), never to the standard error of the terminal that the
-// picture is on: what the library sends there comes to a page of the console instead.
+// picture is on.
 
 #include "Picture.h"
 #include "Terminal.h"
 
-#include <array>
 #include <list>
 
-/// Reports, and the last lines of them.
-class CJournal
+inline unsigned g_nReports = 0;
+
+/// Reports what happened, "" for nothing. Belongs to the main thread, as the profiler that measures it.
+inline void Report(eErrorClass nClass, const std::string& sText)
 {
-public:
-    /// Takes what the library reports, up to the end of the program.
-    static void Begin()
-    {
-        HOOK_SetDebuggerOutput([](const char* pText) { Keep(pText); });
-        std::atexit([] { HOOK_SetDebuggerOutput(nullptr); });
-    }
-
-    /// Reports what happened. Belongs to the main thread, as the profiler that measures it.
-    static void Report(eErrorClass nClass, const std::string& sText)
-    {
-        const CVQProfileSample oSample("Log");
-        ++s_nReports;
-        _VQ_Log_Fn("samples/lander", "Lander", "game", __LINE__, 0, LOG_FILE | LOG_NETWORK,
-                   static_cast<unsigned long>(nClass), "%s", sText.c_str());
-        Keep(sText + '\n');
-    }
-
-    /// Adds lines to the last ones, on any thread, and gives those.
-    static std::string Keep(const std::string& sNew)
-    {
-        constexpr std::size_t MOST_BYTES = 600;
-        s_oLock.Enter();
-        s_sLines += sNew;
-        if (s_sLines.size() > MOST_BYTES)
-            s_sLines.erase(0, s_sLines.find('\n', s_sLines.size() - MOST_BYTES) + 1);
-        std::string sLines = s_sLines;
-        s_oLock.Leave();
-        return sLines;
-    }
-
-    static inline unsigned s_nReports = 0;
-
-private:
-    static inline CVQCriticalSection s_oLock;
-    static inline std::string s_sLines;
-};
+    if (sText.empty())
+        return;
+    const CVQProfileSample oSample("Log");
+    ++g_nReports;
+    _VQ_Log_Fn("samples/lander", "Lander", "game", __LINE__, 0, LOG_FILE | LOG_NETWORK, static_cast<unsigned>(nClass),
+               "%s", sText.c_str());
+}
 
 /// What a command does with its number, and the numbers that it takes: by itself none.
 struct sCommand
@@ -67,10 +38,8 @@ using Commands = std::map<std::string, sCommand>;
 class CControl : public CVQDebugStatisticsControl
 {
 public:
-    using Get = std::function<std::string()>;
-    using Set = std::function<void(const CVQString&)>;
-
-    CControl(CVQDebugStatisticsPage& oPage, const char* pLabel, const Get& fnGet, const Set& fnSet)
+    CControl(CVQDebugStatisticsPage& oPage, const char* pLabel, const std::function<CVQString()>& fnGet,
+             const std::function<void(const CVQString&)>& fnSet)
         : CVQDebugStatisticsControl(pLabel, &oPage), m_fnGet(fnGet), m_fnSet(fnSet)
     {
         oPage.AddChild(this);
@@ -78,14 +47,17 @@ public:
 
     int Print(char*& pBuffer, int& nRemaining) override
     {
-        return CopyText((GetLabel() + m_fnGet() + '\n').c_str(), pBuffer, nRemaining);
+        CVQString oLine(GetLabel());
+        oLine += m_fnGet();
+        oLine += '\n';
+        return CopyText(oLine, pBuffer, nRemaining);
     }
 
     void SetValueFromString(const CVQString& oText) override { m_fnSet(oText); }
 
 private:
-    const Get m_fnGet;
-    const Set m_fnSet;
+    const std::function<CVQString()> m_fnGet;
+    const std::function<void(const CVQString&)> m_fnSet;
 };
 
 /// The console of the game: its pages and commands, and its place on the picture.
@@ -95,34 +67,24 @@ public:
     CConsole(CGame& oGame, const Commands& oCommands) : m_oCommands(oCommands)
     {
         const auto Gravity = [&] { return CVQString(sctFormat, "%.3f", oGame.Gravity() / 1000.0); };
-        Add(
-            m_oValues, "Gravity: ", [=] { return std::string(~Gravity()); }, "gravity");
-        Add(
-            m_oValues, "Unbreakable: ", [&] { return oGame.Unbreakable() ? "[x]" : "[ ]"; }, "unbreakable");
-        Add(
-            m_oValues, "Language: ", [] { return Text(TEXT_LANGUAGE); }, "language");
+        Add(m_oValues, "Gravity: ", "gravity", Gravity);
+        Add(m_oValues, "Paused: ", "pause", [] { return VQGetTimer()->IsPaused(GAME_TIME) ? "[x]" : "[ ]"; });
+        Add(m_oValues, "Language: ", "language", [] { return CVQStringId(TEXT_LANGUAGE); });
         VQDebugSeparator(m_oValues, 0, "full at 1/30 second");
-        Add(m_oValues, "Frames: ", [this] { return m_sTimes + '|'; });
-        Add(m_oFrame, "", [this] { return m_sProfile; });
-        Add(m_oJournal, "", [] { return CJournal::Keep(""); });
+        Add(m_oValues, "Frames: ", "", [this] { return m_sTimes.c_str(); });
+        Add(m_oFrame, "", "", [this] { return m_sProfile.c_str(); });
         CVQDebugStatistics::Initialize();
-        Show(false);
+        CVQDebugStatistics::m_bStatisticsVisible = false;
     }
 
     ~CConsole() override
     {
-        for (CVQDebugStatisticsPage* pPage : {&m_oValues, &m_oFrame, &m_oJournal})
+        for (CVQDebugStatisticsPage* pPage : {&m_oValues, &m_oFrame})
             CVQDebugStatistics::RemoveControl(pPage); // the console would keep it
         delete m_oValues.GetSlot(0);                  // a separator is the caller's
     }
 
     static bool IsShown() { return CVQDebugStatistics::IsVisible(); }
-
-    void Show(bool bShow)
-    {
-        CVQDebugStatistics::m_bStatisticsVisible = bShow;
-        m_nFrame = 0;
-    }
 
     /// Does what a command says; false when nobody knows it, or its number is missing, too much or out of range.
     bool Do(const std::string& sCommand) const
@@ -142,9 +104,9 @@ public:
         return true;
     }
 
-    /// Takes a key while it is shown.
+    /// Takes a key while it is shown, and the one that shows it, Tab.
     ///
-    /// @return a command that nobody knows; "" when there was none
+    /// @return what is to be told of a command that nobody knows; "" when there was none
     std::string PressKey(int nKey)
     {
         static const std::map<int, int> s_oKeys = {{KEY_LEFT, dskPreviousPage},  {KEY_RIGHT, dskNextPage},
@@ -154,6 +116,7 @@ public:
             CVQDebugStatistics::ProcessInput(itKey->second);
         else if (nKey >= ' ' && nKey <= '~')
             CVQDebugStatistics::ProcessInput(nKey);
+        CVQDebugStatistics::m_bStatisticsVisible = IsShown() != (nKey == '\t');
         m_nFrame = 0; // the answer is seen at once
         return std::exchange(m_sUnknown, "");
     }
@@ -164,7 +127,11 @@ public:
         if (m_bProfiles)
         {
             m_oProfiler.End();
-            m_sProfile = MakeProfile(); // now, as the shares are those of frames that have ended
+            m_sProfile = "region      share  calls\n"; // now, as the shares are those of frames that have ended
+            CVQProfileData oData;
+            for (int i = 0; m_oProfiler.GetSampleData(i, oData); ++i)
+                m_sProfile += ~CVQString(sctFormat, "  %-10s %3.0f %%  %5d\n", oData.GetName(),
+                                         static_cast<double>(oData.GetAverageTimePerFrame()), oData.GetNumInstances());
         }
         m_bProfiles = IsShown() && CVQDebugStatistics::GetCurrentControl() == &m_oFrame;
         if (m_bProfiles)
@@ -191,9 +158,8 @@ public:
         m_sTimes[m_nFrame % TIMES] = HEIGHTS[static_cast<std::size_t>(7 * 30 / std::max(dFramesPerSecond, 30.0))];
         if (m_nFrame++ % TIMES == 0) // nobody reads numbers that change sixty times a second
         {
-            std::array<char, 2048> aText;
-            const int nSize = CVQDebugStatistics::Print(aText.data(), static_cast<int>(aText.size()));
-            const std::string_view sText(aText.data(), static_cast<std::size_t>(nSize));
+            std::string sText(2048, ' ');
+            sText.resize(static_cast<std::size_t>(CVQDebugStatistics::Print(sText.data(), 2048)));
             m_oPanel.SetSize(WIDTH, static_cast<int>(std::count(sText.begin(), sText.end(), '\n')) + 1);
             m_oPanel.Clear();
             m_oPanel.Write(1, 0, sText, COLOUR_CONSOLE);
@@ -205,8 +171,8 @@ private:
     static constexpr int WIDTH = 56;
     static constexpr std::size_t TIMES = 30; // frames of the graph, and from one text to the next
 
-    void Add(CVQDebugStatisticsPage& oPage, const char* pLabel, const CControl::Get& fnGet,
-             const std::string& sSet = "")
+    void Add(CVQDebugStatisticsPage& oPage, const char* pLabel, const std::string& sSet,
+             const std::function<CVQString()>& fnGet)
     {
         const auto Set = [this, sSet](const CVQString& oValue)
         { m_sUnknown = Do(sSet + ' ' + ~oValue) ? "" : m_sUnknown; };
@@ -216,28 +182,20 @@ private:
     bool Interpret(const CVQString& oCommand) override
     {
         const bool bDone = Do(~oCommand);
-        m_sUnknown = bDone ? "" : ~oCommand; // unless the control that has the focus takes it
+        m_sUnknown = bDone || oCommand.IsEmpty()
+                         ? ""
+                         : Text(TEXT_UNKNOWN) + ~oCommand; // unless the control that has the focus takes it
         if (bDone)
-            CJournal::Report(ecDump, std::string("command ") + ~oCommand);
+            Report(ecDump, std::string("command ") + ~oCommand);
         return bDone;
     }
 
-    std::string MakeProfile()
-    {
-        std::string sLines = "region      share  calls\n";
-        CVQProfileData oData;
-        for (int i = 0; m_oProfiler.GetSampleData(i, oData); ++i)
-            sLines += ~CVQString(sctFormat, "  %-10s %3.0f %%  %5d\n", oData.GetName(),
-                                 static_cast<double>(oData.GetAverageTimePerFrame()), oData.GetNumInstances());
-        return sLines;
-    }
-
     const Commands& m_oCommands;
-    CVQDebugStatisticsPage m_oValues{"Game"}, m_oFrame{"Frame"}, m_oJournal{"Log"}; // each registers itself
+    CVQDebugStatisticsPage m_oValues{"Game"}, m_oFrame{"Frame"}; // each registers itself
     std::list<CControl> m_aControls;
     CVQProfilerOld m_oProfiler;
     bool m_bProfiles = false;
-    std::string m_sProfile, m_sTimes = std::string(TIMES, ' '), m_sUnknown;
+    std::string m_sProfile, m_sTimes = std::string(TIMES, ' ') + '|', m_sUnknown;
     std::size_t m_nFrame = 0; // since the text was asked for
     CScreen m_oPanel;         // with the text
 };

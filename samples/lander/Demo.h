@@ -5,6 +5,8 @@
 
 #include "Application.h"
 
+#include <numeric>
+
 /// The game without a terminal, steered by itself.
 class CDemo : private CApplication
 {
@@ -15,7 +17,7 @@ public:
     std::string Play(int nSeconds, Clock::time_point oStart)
     {
         const int nFrames = nSeconds * TICKS_A_SECOND;
-        m_aTimes.assign(static_cast<std::size_t>(nFrames), 0.0F); // all of it now: what grows later would be a leak
+        m_aTimes.assign(static_cast<std::size_t>(nFrames), 0.0); // all of it now: what grows later would be a leak
         double dFirst = 0;
         unsigned nMemory = 0;
         for (int nFrame = 0; nFrame < nFrames; ++nFrame)
@@ -24,12 +26,12 @@ public:
             const auto oFrame = Clock::now();
             m_oTimer.UpdateAll();
             PlayFrame(1);
-            m_aTimes[static_cast<std::size_t>(nFrame)] = static_cast<float>(MillisecondsSince(oFrame));
+            m_aTimes[static_cast<std::size_t>(nFrame)] = MillisecondsSince(oFrame);
             m_nSum = m_oGame.AddTo(m_nSum);
             if (nFrame == 0)
             {
                 dFirst = MillisecondsSince(oStart);
-                BeginProfile("lander --demo");
+                m_oProfiler.BeginSession("lander --demo");
             }
             if (nFrame == std::min(nFrames, MOST_PROFILED) - 1)
                 m_oProfiler.EndSession(true, false);
@@ -41,75 +43,59 @@ public:
 
 private:
     static constexpr int MOST_PROFILED = 36000; // frames; the profiler ends the program when its records are full
-    static constexpr int BETWEEN_LEVELS = 90;   // ticks
 
-    // What a player would press at a tick; again and again with this period.
-    static constexpr int PERIOD = 1200;
+    // Ticks from a flight to the next; and what a player would press at a tick, again and again with this period, or
+    // once at a tick behind it.
+    static constexpr int BETWEEN_FLIGHTS = 90, PERIOD = 1200;
     static constexpr std::pair<int, const char*> KEYS[] = {
-        {200, "g"}, {300, "x"}, {420, "\tgravity 1.62\n"}, {480, "help\n"}, {600, "\t"}, {700, "g"}, {760, "o"}};
+        {200, "g"}, {300, "x"}, {420, "\t"}, {1620, "gravity 1.62\n"}, {540, "\t"}, {700, "g"}, {760, "o"}};
 
     void PressKeys(int nFrame)
     {
         for (const auto& [nTick, pKeys] : KEYS)
-        {
-            if (nFrame % PERIOD == nTick)
-                m_sTyped += pKeys;
-        }
+            m_sTyped += nFrame % PERIOD == nTick || nFrame == nTick ? pKeys : "";
         const std::int32_t nState = m_oGame.GetFlight().m_nState;
         m_nEnded = nState != FLIGHT_FLYING ? m_nEnded + 1 : 0;
-        m_nLanded += m_nEnded == 1 && nState == FLIGHT_LANDED ? 1 : 0;
-        m_nCrashed += m_nEnded == 1 && nState == FLIGHT_CRASHED ? 1 : 0;
-        if (m_nEnded == BETWEEN_LEVELS)
+        m_aEnds[nState] += m_nEnded == 1 ? 1 : 0;
+        if (m_nEnded == BETWEEN_FLIGHTS)
             GoOn();
         m_oGame.SteerByItself();
     }
 
-    // Share of a region in percent; 0 when there is none of the name.
-    double GetShare(const char* pRegion) const
-    {
-        const int nIndex = m_oProfiler.GetSampleIndexByName(pRegion);
-        return nIndex != -1 ? static_cast<double>(m_oProfiler.GetSample(nIndex).m_fPercentage) : 0.0;
-    }
-
     std::string MakeTable(int nSeconds, double dFirst, unsigned nMemory)
     {
-        std::string sTable;
-        const auto Add = [&](const char* pFormat, auto... aValues)
-        { sTable += ~CVQString(sctFormat, pFormat, aValues...) + std::string("\n"); };
-        double dAll = 0;
-        for (const float fTime : m_aTimes)
-            dAll += static_cast<double>(fTime);
         std::sort(m_aTimes.begin(), m_aTimes.end());
-        const auto dCount = static_cast<double>(m_aTimes.size());
-        const auto Time = [&](std::size_t nPercent)
-        { return static_cast<double>(m_aTimes[(m_aTimes.size() - 1) * nPercent / 100]) * 1000; };
-
-        Add("files        %u from lander.arc, %u loose: %u bytes in %.2f ms", CAssets::s_nArchived.load(),
-            CAssets::s_nLoose.load(), CAssets::s_nBytes.load(), CAssets::s_nMicroseconds.load() / 1000.0);
-        Add("first frame  %.1f ms after the start", dFirst);
-        Add("frames       %.0f of 120 x 40, %.0f a second, %.0f bytes for the terminal", dCount, dCount * 1000 / dAll,
-            static_cast<double>(m_nOutput));
-        Add("frame time   50 %%: %.1f us   99 %%: %.1f us   100 %%: %.1f us", Time(50), Time(99), Time(100));
-        const double dConsole = GetShare("Console");
-        const double dLog = GetShare("Log");
+        const auto Time = [&](std::size_t nPercent) { return m_aTimes[(m_aTimes.size() - 1) * nPercent / 100] * 1000; };
+        const auto Share = [&](const char* pRegion)
+        {
+            const int nIndex = m_oProfiler.GetSampleIndexByName(pRegion); // -1 when there was none
+            return nIndex != -1 ? static_cast<double>(m_oProfiler.GetSample(nIndex).m_fPercentage) : 0.0;
+        };
+        const double dRate = nSeconds * TICKS_A_SECOND * 1000 / std::accumulate(m_aTimes.begin(), m_aTimes.end(), 0.0);
         const auto& oLoop = m_oProfiler.GetSample(m_oProfiler.GetSampleIndexByName("MainLoop"));
-        const double dOwn = static_cast<double>(m_oProfiler.GetRawSamples().size()) / 2 *
-                            m_oProfiler.m_nSampleOverhead / static_cast<double>(oLoop.m_nTotalCycles) *
-                            100; // each pair takes as long as measured before
-        Add("profiler     %d regions, %u samples; console %.2f %%, log %.2f %%, profiler %.2f %% of the frame",
-            m_oProfiler.GetSampleCount(), static_cast<unsigned>(m_oProfiler.GetRawSamples().size()), dConsole, dLog,
-            dOwn);
-        Add("log          %u records", CJournal::s_nReports);
-        Add("memory       %u KiB half-way, %u KiB at the end", nMemory, GetPeakMemory());
-        Add("RESULT       seconds %d, landed %d, crashed %d, level %d, score %d, states %08x%08x", nSeconds, m_nLanded,
-            m_nCrashed, static_cast<int>(m_oGame.GetFlight().m_nLevel) + 1,
-            static_cast<int>(m_oGame.GetFlight().m_nScore), static_cast<unsigned>(m_nSum >> 32),
+        const auto nSamples = static_cast<unsigned>(m_oProfiler.GetRawSamples().size());
+        const double dCycles = nSamples / 2.0 * m_oProfiler.m_nSampleOverhead; // of the profiler's own
+        const sFlight& o = m_oGame.GetFlight();
+        return ~CVQString(
+            sctFormat,
+            "files        %u from lander.arc, %u loose: %u bytes in %.2f ms\n"
+            "first frame  %.1f ms after the start\n"
+            "frames       %d of 120 x 40, %.0f a second\n"
+            "frame time   50 %%: %.1f us   99 %%: %.1f us   100 %%: %.1f us\n"
+            "profiler     %d regions, %u samples; console %.2f %%, log %.2f %%, profiler %.2f %% of the frame\n"
+            "log          %u records\n"
+            "memory       %u KiB half-way, %u KiB at the end\n"
+            "RESULT       seconds %d, landed %d, crashed %d, level %d, score %d, states %08x%08x\n",
+            g_nArchived.load(), g_nLoose.load(), g_nBytes.load(), g_nMicroseconds.load() / 1000.0, dFirst,
+            nSeconds * TICKS_A_SECOND, dRate, Time(50), Time(99), Time(100), m_oProfiler.GetSampleCount(), nSamples,
+            Share("Console"), Share("Log"), dCycles / static_cast<double>(oLoop.m_nTotalCycles) * 100, g_nReports,
+            nMemory, GetPeakMemory(), nSeconds, m_aEnds[FLIGHT_LANDED], m_aEnds[FLIGHT_CRASHED],
+            static_cast<int>(o.m_nLevel) + 1, static_cast<int>(o.m_nScore), static_cast<unsigned>(m_nSum >> 32),
             static_cast<unsigned>(m_nSum));
-        return sTable;
     }
 
-    std::vector<float> m_aTimes; // of the frames, in milliseconds
+    std::vector<double> m_aTimes; // of the frames, in milliseconds
     std::uint64_t m_nSum = 14695981039346656037ULL;
-    int m_nLanded = 0, m_nCrashed = 0;
-    int m_nEnded = 0; // ticks since the flight ended
+    int m_aEnds[3] = {}; // flights by how they ended
+    int m_nEnded = 0;    // ticks since this one has
 };

@@ -6,9 +6,6 @@
 
 #include "Game.h"
 
-#include <array>
-#include <memory>
-
 class CGhost
 {
 public:
@@ -37,9 +34,7 @@ public:
         const auto Write = [&]
         {
             m_pOther->BeginWrite();
-            m_pOther->Write(&MARK, sizeof(MARK));
-            for (const auto pField : FIELDS)
-                m_pOther->Write(&(oFlight.*pField), sizeof(std::int32_t));
+            m_pOther->Write(&oFlight, sizeof(oFlight));
             m_pOther->EndWrite();
         };
         if (m_pOther != nullptr && !GetError(Write).empty()) // the other window has been closed
@@ -52,24 +47,19 @@ public:
         bool bReceived = false;
         for (int i = 0; i < MOST_MESSAGES && m_pOwn != nullptr && m_pOwn->AreMessagesWaiting(); ++i)
         {
-            std::array<std::int32_t, 1 + std::size(FIELDS)> aMessage{};
-            const bool bWhole = m_pOwn->GetMessageSize() == sizeof(aMessage);
+            sFlight oOther;
+            const bool bFlight = m_pOwn->GetMessageSize() == sizeof(oOther);
             m_pOwn->BeginRead();
-            m_pOwn->Read(aMessage.data(), sizeof(aMessage));
+            m_pOwn->Read(&oOther, sizeof(oOther));
             m_pOwn->EndRead();
-            if (!bWhole || aMessage[0] != MARK)
-                continue;
-            for (std::size_t nField = 0; nField < std::size(FIELDS); ++nField)
-                oFlight.*FIELDS[nField] = aMessage[1 + nField];
-            bReceived = true;
+            oOther.m_nThrottle = 0; // strangers may send anything: no flame is drawn of it
+            oFlight = bFlight ? oOther : oFlight;
+            bReceived = bReceived || bFlight;
         }
         return bReceived;
     }
 
 private:
-    static constexpr std::int32_t MARK = 0x31484F47; // so that nothing else is taken for a message
-    static constexpr std::int32_t sFlight::*FIELDS[] = {&sFlight::m_nLevel, &sFlight::m_nX, &sFlight::m_nY,
-                                                        &sFlight::m_nTilt};
     static constexpr int MOST_MESSAGES = 20; // that are read at a time
 
     // Null when the slot is taken by a third window, or nobody is there.

@@ -11,7 +11,7 @@
 struct sGameData
 {
     std::vector<sLevel> m_aLevels;
-    std::vector<std::string> m_aShip;   ///< the lines of three pictures: tilted left, upright, tilted right
+    std::vector<std::string> m_aShips;  ///< three pictures: tilted left, upright, tilted right
     std::vector<std::string> m_aErrors; ///< mistakes in levels, which are left out
 };
 
@@ -20,36 +20,31 @@ class CLoader : public CVQThread, private IVQLoadGuardWatch
 {
 public:
     /// Begins; so many levels belong to the game.
-    explicit CLoader(int nLevels) : m_nLevels(nLevels)
+    explicit CLoader(unsigned long nLevels)
     {
         s_aFound.clear();
         CVQFileScanner oScanner;
         oScanner.SetIncludeSubDirs(false);
         oScanner.AddScanDirectory((std::string(LOOSE_ROOT) + "/levels").c_str(), "*.lvl");
         oScanner.RunThread(&OnFile, 0, nullptr);
-        if (!Start(0, eThreadPriorityNormal))
-            throw std::runtime_error("the loading thread: cannot be started");
+        Require(Start(nLevels, eThreadPriorityNormal), "the loading thread: cannot be started");
     }
 
     ~CLoader() override { Stop(true, NO_LIMIT); }
 
-    bool IsDone() const { return m_bDone; }
-
-    /// How far it is, 0 to 1.
+    /// How far it is, 0 to 1, and 1 when it has ended.
     float GetProgress() const { return m_fProgress; }
 
     /// Waits for the end, and gives what was loaded, or throws what the thread met with.
     sGameData Take()
     {
         Stop(true, NO_LIMIT); // Run() does not look for the request: all is loaded
-        if (!m_sFailure.empty())
-            throw std::runtime_error(m_sFailure);
+        Require(m_sFailure.empty(), m_sFailure);
         return std::move(m_oData);
     }
 
 private:
-    static constexpr unsigned long NO_LIMIT = 0xFFFFFFFF;
-    static constexpr std::size_t MOST_USER_LEVELS = 90;
+    static constexpr unsigned long NO_LIMIT = 0xFFFFFFFF, MOST_USER_LEVELS = 90;
 
     unsigned long Run() override
     {
@@ -58,28 +53,27 @@ private:
         m_sFailure = GetError([this] { Load(); });
         m_pGuard->EndLoading();
         m_pGuard->UnregisterWatch(this);
-        m_bDone = true;
         return 0;
     }
 
     void Load()
     {
-        m_pGuard->BeginLoadComponent(0.2F, "pictures");
-        std::string sShip = CAssets::Read("pictures/ship.txt");
-        for (std::size_t nEnd = 0; (nEnd = sShip.find('\n')) != std::string::npos; sShip.erase(0, nEnd + 1))
-            m_oData.m_aShip.push_back(sShip.substr(0, nEnd));
+        m_pGuard->BeginLoadComponent(0.2F, "ships");
+        std::string sShips = ReadAsset("pictures/ship.txt"); // each with an empty line behind it
+        for (std::size_t nEnd = 0; (nEnd = sShips.find("\n\n")) != std::string::npos; sShips.erase(0, nEnd + 2))
+            m_oData.m_aShips.push_back(sShips.substr(0, nEnd));
+        m_oData.m_aShips.resize(3); // one that is missing is not seen
         m_pGuard->EndLoadComponent();
 
         std::vector<std::string> aOwn;
-        for (int i = 1; i <= m_nLevels; ++i)
+        for (unsigned long i = 1; i <= GetUserParam(); ++i)
             aOwn.push_back(std::to_string(i) + ".lvl");
         LoadLevels(aOwn);
         s_oScanned.Wait();
         for (const std::string& sName : aOwn) // a loose file of this name has come in its place already
             std::erase(s_aFound, sName);
         LoadLevels(s_aFound);
-        if (m_oData.m_aLevels.empty())
-            throw std::runtime_error(m_oData.m_aErrors.empty() ? "there is no level" : m_oData.m_aErrors[0]);
+        Require(!m_oData.m_aLevels.empty(), m_oData.m_aErrors.empty() ? "there is no level" : m_oData.m_aErrors[0]);
     }
 
     void LoadLevels(const std::vector<std::string>& aNames)
@@ -88,7 +82,9 @@ private:
         for (const std::string& sName : aNames)
         {
             sLevel oLevel;
-            if (CLevelReader("levels/" + sName, CAssets::Read("levels/" + sName), m_oData.m_aErrors).Read(oLevel))
+            const std::size_t nErrors = m_oData.m_aErrors.size();
+            CLevelReader("levels/" + sName, ReadAsset("levels/" + sName), oLevel, m_oData.m_aErrors);
+            if (m_oData.m_aErrors.size() == nErrors)
                 m_oData.m_aLevels.push_back(oLevel);
             m_pGuard->LoadComponentCompleted(1.0F / static_cast<float>(aNames.size()), sName.c_str());
         }
@@ -108,15 +104,13 @@ private:
 
     void OnLoadProgress(float fProgress, const char*) override { m_fProgress = fProgress; }
 
-    void OnEndLoading() override {}
+    void OnEndLoading() override { m_fProgress = 1; }
 
     static inline CVQEvent s_oScanned;
     static inline std::vector<std::string> s_aFound;
 
     CVQLoadGuard* const m_pGuard = CVQLoadGuard::Instance();
-    const int m_nLevels;
     sGameData m_oData;
     std::string m_sFailure;
-    std::atomic<bool> m_bDone = false;
     std::atomic<float> m_fProgress = 0;
 };

@@ -6,9 +6,6 @@
 
 #include "Game.h"
 
-#include <cstring>
-#include <string_view>
-
 /// Colours of a cell, as the escape sequences number them; 90 and more are the bright ones.
 using Colour = unsigned char;
 constexpr Colour COLOUR_GROUND = 33, COLOUR_TEXT = 37, COLOUR_DIM = 90, COLOUR_BAD = 91, COLOUR_GOOD = 92,
@@ -21,14 +18,13 @@ public:
     /// Takes a size; when it is another one the cells are blank, and all that was shown counts as lost.
     void SetSize(int nWidth, int nHeight)
     {
-        nWidth = std::clamp(nWidth, 1, LARGEST);
-        nHeight = std::clamp(nHeight, 1, LARGEST);
+        nWidth = std::clamp(nWidth, 1, 1000); // no terminal has more
+        nHeight = std::clamp(nHeight, 1, 1000);
         if (nWidth == m_nWidth && nHeight == m_nHeight)
             return;
         m_nWidth = nWidth;
         m_nHeight = nHeight;
-        m_aCells.resize(static_cast<std::size_t>(nWidth * nHeight));
-        Clear();
+        m_aCells.assign(static_cast<std::size_t>(nWidth * nHeight), MakeCell(' ', COLOUR_TEXT));
         Forget();
     }
 
@@ -49,15 +45,16 @@ public:
     }
 
     /// Writes a text; line feeds begin again below its first character.
-    void Write(int nX, int nY, std::string_view sText, Colour nColour)
+    ///
+    /// @param bBlanks  whether blanks cover what is below them
+    void Write(int nX, int nY, std::string_view sText, Colour nColour, bool bBlanks = true)
     {
-        int nColumn = nX;
-        for (const char cText : sText)
+        for (int nColumn = nX; const char cText : sText)
         {
-            if (cText != '\n')
-                Put(nColumn++, nY, cText, nColour);
-            else
-                nColumn = nX, ++nY;
+            if (cText != '\n' && (cText != ' ' || bBlanks))
+                Put(nColumn, nY, cText, nColour);
+            nColumn = cText != '\n' ? nColumn + 1 : nX;
+            nY += cText != '\n' ? 0 : 1;
         }
     }
 
@@ -106,8 +103,6 @@ protected:
 private:
     using Cell = std::uint16_t;
 
-    static constexpr int LARGEST = 1000; // cells of a side; no terminal has more
-
     static Cell MakeCell(char cText, Colour nColour)
     {
         // what is no plain character would command the terminal
@@ -125,14 +120,14 @@ private:
 class CScene : public CScreen
 {
 public:
-    /// @param aShip  the lines of three pictures: tilted left, upright, tilted right
-    explicit CScene(const std::vector<std::string>& aShip) : m_aShip(aShip) {}
+    /// @param aShips  three pictures: tilted left, upright, tilted right
+    explicit CScene(const std::vector<std::string>& aShips) : m_aShips(aShips) {}
 
     void DrawGround(const sLevel& oLevel)
     {
         constexpr char EARTH[] = "#%:.";
         Clear();
-        std::uint32_t nStar = STARS;
+        std::uint32_t nStar = 1969;
         for (int i = 0; i < m_nWidth * m_nHeight / 60; ++i)
         {
             nStar = NextRandom(nStar);
@@ -141,7 +136,7 @@ public:
         }
         for (int nColumn = 0; nColumn < m_nWidth; ++nColumn)
         {
-            const std::int64_t nX = std::int64_t{WORLD_WIDTH} * METRE * nColumn / std::max(1, m_nWidth - 1);
+            const std::int64_t nX = std::int64_t{WORLD_RIGHT} * nColumn / std::max(1, m_nWidth - 1);
             const bool bPad = nX >= oLevel.m_nPadFrom * METRE && nX <= oLevel.m_nPadTo * METRE;
             const int nTop = GetRow(oLevel.GetGround(static_cast<std::int32_t>(nX)));
             Put(nColumn, nTop, bPad ? '=' : EARTH[0], bPad ? COLOUR_GOOD : COLOUR_GROUND);
@@ -152,20 +147,13 @@ public:
 
     void DrawShip(const sFlight& o, Colour nColour)
     {
-        const auto nColumn =
-            static_cast<int>(std::int64_t{o.m_nX} * (m_nWidth - 1) / (std::int64_t{WORLD_WIDTH} * METRE));
-        const int nRow = GetRow(o.m_nY) - 1;
-        const std::size_t nLines = m_aShip.size() / 3;
-        const std::size_t nFirst = o.m_nTilt < 0 ? 0 : o.m_nTilt == 0 ? nLines : 2 * nLines;
-        for (std::size_t nLine = 0; nLine < nLines; ++nLine)
-        {
-            const std::string& sLine = m_aShip[nFirst + nLine];
-            for (std::size_t i = sLine.find_first_not_of(' '); i < sLine.size();
-                 i = sLine.find_first_not_of(' ', i + 1))
-                Put(nColumn - 2 + static_cast<int>(i), nRow - static_cast<int>(nLines - 1 - nLine), sLine[i], nColour);
-        }
+        const auto nColumn = static_cast<int>(std::int64_t{o.m_nX} * (m_nWidth - 1) / WORLD_RIGHT);
+        const int nRow = GetRow(o.m_nY);
+        const std::string& sShip = m_aShips[o.m_nTilt < 0 ? 0 : o.m_nTilt == 0 ? 1 : 2];
+        const auto nHeight = static_cast<int>(std::count(sShip.begin(), sShip.end(), '\n')) + 1;
+        Write(nColumn - 2, nRow - nHeight, sShip, nColour, false);
         for (int i = 0; i < o.m_nThrottle; ++i)
-            Put(nColumn - o.m_nTilt * (i + 1) / 2, nRow + 1 + i, i % 2 == 0 ? '*' : '\'', COLOUR_FIRE);
+            Put(nColumn - o.m_nTilt * (i + 1) / 2, nRow + i, i % 2 == 0 ? '*' : '\'', COLOUR_FIRE);
     }
 
     void DrawTexts(const CGame& oGame, double dFramesPerSecond, bool bPaused, const std::string& sMessage)
@@ -180,15 +168,12 @@ public:
         Write(0, 0, ~oStatus, COLOUR_TEXT);
         Write(0, m_nHeight - 1, Text(TEXT_KEYS), COLOUR_DIM);
 
-        const int nMiddle = m_nHeight / 3;
         const bool bLanded = o.m_nState == FLIGHT_LANDED;
+        const std::string sEnd = Text(bLanded ? TEXT_LANDED : TEXT_CRASHED) + "  " + Text(TEXT_CONTINUE);
         if (o.m_nState != FLIGHT_FLYING)
-        {
-            WriteCentred(nMiddle, Text(bLanded ? TEXT_LANDED : TEXT_CRASHED), bLanded ? COLOUR_GOOD : COLOUR_BAD);
-            WriteCentred(nMiddle + 1, Text(TEXT_CONTINUE), COLOUR_TEXT);
-        }
+            WriteCentred(m_nHeight / 3, sEnd, bLanded ? COLOUR_GOOD : COLOUR_BAD);
         if (bPaused)
-            WriteCentred(nMiddle - 1, Text(TEXT_PAUSED), COLOUR_BRIGHT);
+            WriteCentred(m_nHeight / 3 - 1, Text(TEXT_PAUSED), COLOUR_BRIGHT);
         WriteCentred(std::max(1, m_nHeight - 2), sMessage, COLOUR_BRIGHT);
     }
 
@@ -203,23 +188,13 @@ public:
 
     void DrawBox(const std::string& sCaption, const std::string& sText, long nAnswers)
     {
-        CScreen oBox;
-        const int nHeight = std::min(5 + static_cast<int>(std::count(sText.begin(), sText.end(), '\n')), m_nHeight);
-        oBox.SetSize(m_nWidth, nHeight);
-        oBox.WriteCentred(1, sCaption, COLOUR_BRIGHT);
-        oBox.Write(1, 2, sText, COLOUR_BAD);
-        oBox.WriteCentred(nHeight - 1, Text(nAnswers), COLOUR_TEXT);
-        Overlay((m_nHeight - nHeight) / 2, oBox);
+        WriteCentred(1, sCaption, COLOUR_BRIGHT);
+        Write(1, 2, sText, COLOUR_BAD);
+        WriteCentred(m_nHeight - 1, Text(nAnswers), COLOUR_BRIGHT);
     }
 
 private:
-    static constexpr std::uint32_t STARS = 1969;
+    int GetRow(std::int64_t nY) const { return m_nHeight - 2 - static_cast<int>(nY * (m_nHeight - 3) / WORLD_TOP); }
 
-    int GetRow(std::int32_t nY) const
-    {
-        const int nLowest = m_nHeight - 2;
-        return nLowest - static_cast<int>(std::int64_t{nY} * (nLowest - 1) / (std::int64_t{WORLD_HEIGHT} * METRE));
-    }
-
-    const std::vector<std::string>& m_aShip;
+    const std::vector<std::string>& m_aShips;
 };

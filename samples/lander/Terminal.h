@@ -34,9 +34,6 @@ public:
 
     ~CTerminal() { Restore(); }
 
-    CTerminal(const CTerminal&) = delete;
-    CTerminal& operator=(const CTerminal&) = delete;
-
     static inline std::atomic<int> s_nEndSignal = 0; ///< number of the signal that asked the program to end
 
     /// Gives the terminal back; nothing is written any more. Safe in a signal's handler and when done twice.
@@ -83,6 +80,8 @@ private:
         Restore();
         std::raise(nSignal);
     }
+
+    static void OnStop(int nSignal);
 
     static inline std::atomic<bool> s_bEntered = false;
 };

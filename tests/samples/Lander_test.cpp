@@ -108,7 +108,7 @@ std::vector<std::string> GetErrors(const std::string& sText)
 {
     std::vector<std::string> aErrors;
     sLevel oLevel;
-    CLevelReader("a.lvl", sText, aErrors).Read(oLevel);
+    CLevelReader("a.lvl", sText, oLevel, aErrors);
     return aErrors;
 }
 
@@ -296,7 +296,7 @@ TEST(LanderLevel, ReadsALevel)
 {
     std::vector<std::string> aErrors;
     sLevel oLevel;
-    EXPECT_TRUE(CLevelReader("a.lvl", LEVEL, aErrors).Read(oLevel));
+    CLevelReader("a.lvl", LEVEL, oLevel, aErrors);
     EXPECT_EQ(aErrors, Lines());
     EXPECT_EQ(oLevel.m_sName, "Test");
     EXPECT_EQ(oLevel.m_nFuel, 100);
@@ -331,7 +331,7 @@ TEST(LanderLevel, TellsOneMistakeALineWithItsPlace)
                "a.lvl:4:2: level, gravity, wind, fuel, ship, ground or pad is missing",
                "a.lvl:5:11: the line should end here", "a.lvl:6:18: it should look like ship 150, 360 moving 14, 0",
                "a.lvl:8:13: it should look like pad 440 .. 560 bonus 1", "a.lvl:9:10: a number is missing",
-               "a.lvl:10:11: the number should be from 0 to 400", "a.lvl:11:5: the number should be from 0 to 1180",
+               "a.lvl:10:12: the number should be from 0 to 400", "a.lvl:11:5: the number should be from 0 to 1180",
                "a.lvl:12:7: it should look like level \"Sea of Calm\"", "a.lvl:13:9: the number should be from -2 to 2",
                "a.lvl:14:11: it should look like ship 150, 360 moving 14, 0",
                "a.lvl:16:11: the ground should go on to the right",
@@ -387,15 +387,15 @@ TEST(LanderLevel, ReadsTheGamesOwn)
 
 TEST(LanderSaveGame, ComesBack)
 {
-    const std::string sBytes = CSavedGame::Pack(MakeFlight());
-    EXPECT_EQ(CSavedGame::Unpack(sBytes, 3), MakeFlight());
-    EXPECT_THROW(CSavedGame::Unpack(sBytes, 2), std::runtime_error) << "there is no such level";
+    const std::string sBytes = SavedGame::Pack(MakeFlight());
+    EXPECT_EQ(SavedGame::Unpack(sBytes, 3), MakeFlight());
+    EXPECT_THROW(SavedGame::Unpack(sBytes, 2), std::runtime_error) << "there is no such level";
 }
 
 TEST(LanderSaveGame, OfAnOlderVersionStillLoads)
 {
     const std::string sBytes = ReadWholeFile(GetTestPath("../samples/lander/assets/saves/old.sav"));
-    const sFlight oFlight = CSavedGame::Unpack(sBytes, 3);
+    const sFlight oFlight = SavedGame::Unpack(sBytes, 3);
     EXPECT_EQ(oFlight.m_nLevel, 0);
     EXPECT_EQ(oFlight.m_nX, 300 * METRE);
     EXPECT_EQ(oFlight.m_nFuel, 4000);
@@ -408,8 +408,8 @@ TEST(LanderSaveGame, OfAnOlderVersionStillLoads)
 TEST(LanderSaveGame, IsRefusedWhereverItIsDamaged)
 {
     const auto IsRefused = [](const std::string& sBytes)
-    { return !GetError([&] { CSavedGame::Unpack(sBytes, 3); }).empty(); };
-    const std::string sBytes = CSavedGame::Pack(MakeFlight());
+    { return !GetError([&] { SavedGame::Unpack(sBytes, 3); }).empty(); };
+    const std::string sBytes = SavedGame::Pack(MakeFlight());
     ASSERT_FALSE(IsRefused(sBytes));
     for (std::size_t i = 0; i < sBytes.size(); ++i)
     {
@@ -436,12 +436,12 @@ TEST(LanderSaveGame, IsRefusedWhenItIsMadeUp)
         {
             sFlight oFlight = MakeFlight();
             oFlight.*pField = nValue;
-            EXPECT_THROW(CSavedGame::Unpack(CSavedGame::Pack(oFlight), 3), std::runtime_error);
+            EXPECT_THROW(SavedGame::Unpack(SavedGame::Pack(oFlight), 3), std::runtime_error);
         }
     }
     sFlight oFlight = MakeFlight();
     oFlight.m_nRandom = 0;
-    EXPECT_THROW(CSavedGame::Unpack(CSavedGame::Pack(oFlight), 3), std::runtime_error);
+    EXPECT_THROW(SavedGame::Unpack(SavedGame::Pack(oFlight), 3), std::runtime_error);
 }
 
 TEST(LanderSaveGame, IsKeptWhenTheDiskIsFull)
@@ -469,15 +469,15 @@ TEST(LanderSaveGame, IsKeptWhenTheDiskIsFull)
 TEST(IsolatedLander, KeepsItsSettings)
 {
     const CHome oHome;
-    CAssets::Open();
+    OpenAssets();
     {
         CSettings oSettings;
         EXPECT_EQ(oSettings.Load(), "");
         EXPECT_EQ(oSettings.GetInt("Levels", 99), 3);
-        EXPECT_EQ(oSettings.GetInt("Levels", 2), 0);
+        EXPECT_EQ(oSettings.GetInt("Levels", 2), 2);
         EXPECT_EQ(oSettings.GetInt("None", 99), 0);
-        oSettings.SetInt("Language", 1);
-        EXPECT_EQ(oSettings.Save(), "");
+        oSettings.SetProperty("Language", 1);
+        EXPECT_EQ(SaveSafely(CSettings::FILE_NAME, [&](CFileIO& oFile) { return oSettings.Write(&oFile); }), "");
     }
     const std::string sBytes = oHome.Read("player.vqp");
     CSettings oSettings;
@@ -496,12 +496,12 @@ TEST(IsolatedLander, KeepsItsSettings)
 TEST(IsolatedLander, SwitchesItsTexts)
 {
     const CHome oHome;
-    CAssets::Open();
-    CTexts::Load();
+    OpenAssets();
+    LoadTexts();
     std::set<std::string> aTexts;
-    for (int nLanguage = 0; nLanguage < CTexts::LANGUAGE_COUNT; ++nLanguage)
+    for (std::size_t nLanguage = 0; nLanguage < std::size(LANGUAGES); ++nLanguage)
     {
-        CTexts::s_nLanguage = nLanguage;
+        g_nLanguage = nLanguage;
         EXPECT_EQ(Text(TEXT_LANGUAGE), nLanguage == 0 ? "English" : "Nederlands");
         for (long nText = TEXT_ALTITUDE; nText <= TEXT_LAST; ++nText)
         {
@@ -524,7 +524,8 @@ TEST(LanderGame, LandsEveryLevelByItself)
         std::vector<std::string> aErrors;
         sLevel oLevel;
         const std::string sText = ReadWholeFile(GetTestPath("../samples/lander/assets/levels") / pName);
-        ASSERT_TRUE(CLevelReader(pName, sText, aErrors).Read(oLevel));
+        CLevelReader(pName, sText, oLevel, aErrors);
+        ASSERT_EQ(aErrors, Lines());
         for (const std::int32_t nSeed : {1, 1969, -1})
         {
             CGame oGame;
@@ -543,18 +544,13 @@ TEST(LanderGame, CrashesWithoutAPilot)
 {
     std::vector<std::string> aErrors;
     sLevel oLevel;
-    ASSERT_TRUE(CLevelReader("a.lvl", LEVEL, aErrors).Read(oLevel));
+    CLevelReader("a.lvl", LEVEL, oLevel, aErrors);
+    ASSERT_EQ(aErrors, Lines());
     CGame oGame;
     oGame.Start(&oLevel, 0, 1);
     for (int i = 0; i < 10000 && oGame.GetFlight().m_nState == FLIGHT_FLYING; ++i)
         oGame.Tick();
     EXPECT_EQ(oGame.GetFlight().m_nState, FLIGHT_CRASHED);
-
-    oGame.Unbreakable() = true;
-    oGame.Start(&oLevel, 0, 1);
-    for (int i = 0; i < 10000; ++i)
-        oGame.Tick();
-    EXPECT_NE(oGame.GetFlight().m_nState, FLIGHT_CRASHED);
 }
 
 // ---------------------------------------------------------------- the picture
@@ -580,11 +576,12 @@ TEST(LanderScreen, SendsOnlyWhatHasChanged)
 TEST(IsolatedLander, DrawsAtAnySize)
 {
     const CHome oHome;
-    CAssets::Open();
-    CTexts::Load();
+    OpenAssets();
+    LoadTexts();
     std::vector<std::string> aErrors;
     sLevel oLevel;
-    ASSERT_TRUE(CLevelReader("a.lvl", LEVEL, aErrors).Read(oLevel));
+    CLevelReader("a.lvl", LEVEL, oLevel, aErrors);
+    ASSERT_EQ(aErrors, Lines());
     CGame oGame;
     oGame.Start(&oLevel, 0, 1);
     const sGameData oData = CLoader(3).Take();
@@ -592,7 +589,7 @@ TEST(IsolatedLander, DrawsAtAnySize)
     constexpr std::pair<int, int> SIZES[] = {{1, 1}, {2, 2}, {10, 5}, {5, 100}, {80, 24}, {120, 40}, {300, 3}};
     for (const auto& [nWidth, nHeight] : SIZES)
     {
-        CScene oScene(oData.m_aShip);
+        CScene oScene(oData.m_aShips);
         oScene.SetSize(nWidth, nHeight);
         oScene.DrawLoading(0.5F);
         oScene.DrawGround(oLevel);
@@ -621,17 +618,27 @@ public:
         for (const char cKey : sKeys)
         {
             const std::string sUnknown = m_oConsole.PressKey(cKey);
+            const std::string sText = "Unknown command: ";
+            EXPECT_TRUE(sUnknown.empty() || sUnknown.starts_with(sText)) << sUnknown;
             if (!sUnknown.empty())
-                aUnknown.push_back(sUnknown);
+                aUnknown.push_back(sUnknown.substr(sText.size()));
         }
         return aUnknown;
     }
 
+    CTestConsole()
+    {
+        m_oTimer.DefineChannel(0, "game");
+        m_oTimer.Start(0);
+        m_oConsole.PressKey('\t');
+    }
+
+    CVQTimer m_oTimer;
     CGame m_oGame;
     Commands m_oCommands = {
         {"gravity", {[this](float fValue) { m_oGame.Gravity() = static_cast<int>(fValue * 1000); }, 0, 20}},
-        {"unbreakable", {[this](float) { m_oGame.Unbreakable() = !m_oGame.Unbreakable(); }}},
-        {"language", {[](float) { CTexts::s_nLanguage = 1 - CTexts::s_nLanguage; }}}};
+        {"pause", {[this](float) { m_oTimer.IsPaused(0) ? m_oTimer.Continue(0) : m_oTimer.Pause(0); }}},
+        {"language", {[](float) { g_nLanguage = 1 - g_nLanguage; }}}};
     CConsole m_oConsole{m_oGame, m_oCommands};
 };
 } // namespace
@@ -639,19 +646,19 @@ public:
 TEST(IsolatedLander, ShowsAndChangesItsValues)
 {
     const CHome oHome;
-    CAssets::Open();
-    CTexts::Load();
+    OpenAssets();
+    LoadTexts();
     CTestConsole o;
     CConsole& oConsole = o.m_oConsole;
-    oConsole.Show(true);
+    EXPECT_TRUE(CConsole::IsShown());
     EXPECT_EQ(o.Type("3.5\n"), Lines());
     EXPECT_EQ(o.m_oGame.Gravity(), 3500);
     oConsole.PressKey(KEY_DOWN);
     EXPECT_EQ(o.Type("\n"), Lines());
-    EXPECT_TRUE(o.m_oGame.Unbreakable());
+    EXPECT_TRUE(o.m_oTimer.IsPaused(0));
     oConsole.PressKey(KEY_DOWN);
     EXPECT_EQ(o.Type("\n"), Lines());
-    EXPECT_EQ(CTexts::s_nLanguage, 1);
+    EXPECT_EQ(g_nLanguage, 1U);
     oConsole.PressKey('\x1b'); // means nothing
     EXPECT_EQ(o.Type("abc\b"), Lines());
 
@@ -664,10 +671,10 @@ TEST(IsolatedLander, ShowsAndChangesItsValues)
     const auto Line = [](std::string sText) { return ' ' + sText + std::string(39 - sText.size(), ' '); };
     EXPECT_EQ(oShown.GetLines(),
               (Lines{std::string(40, ' '), Line("> ab_"), Line(""), Line("Game:"), Line(""), Line("  Gravity: 3.500"),
-                     Line("  Unbreakable: [x]"), Line("> Language: Nederlands"), Line("  -- full at 1/30 second --"),
+                     Line("  Paused: [x]"), Line("> Language: Nederlands"), Line("  -- full at 1/30 second --"),
                      ' ' + ("  Frames: #" + std::string(28, ' ')), Line(""), Line("")}));
 
-    for (int nPage = 0; nPage < 3; ++nPage)
+    for (int nPage = 0; nPage < 2; ++nPage)
     {
         oConsole.PressKey(KEY_RIGHT);
         oConsole.NextFrame();
@@ -686,35 +693,34 @@ TEST(IsolatedLander, ShowsAndChangesItsValues)
         sPage += sLine;
     EXPECT_NE(sPage.find("MainLoop"), std::string::npos) << sPage;
 
-    oConsole.Show(false);
+    oConsole.PressKey('\t');
     EXPECT_FALSE(CConsole::IsShown());
 }
 
 TEST(IsolatedLander, TellsOfWhatNobodyKnows)
 {
     const CHome oHome;
-    CAssets::Open();
-    CTexts::Load();
+    OpenAssets();
+    LoadTexts();
     CTestConsole o;
-    o.m_oConsole.Show(true);
     // with the focus on each line: the number, the switch, the choice, the separator, the graph
     for (int nLine = 0; nLine < 5; ++nLine)
     {
         o.m_oGame.Gravity() = 1620;
         EXPECT_EQ(o.Type("nonsense\n"), Lines{"nonsense"}) << nLine;
         EXPECT_EQ(o.Type("-1\n21\n1x\nnan\n"), (Lines{"-1", "21", "1x", "nan"})) << nLine;
-        EXPECT_EQ(o.Type("gravity\ngravity 1x\ngravity 20.5\nunbreakable 1\n gravity 2\n"),
-                  (Lines{"gravity", "gravity 1x", "gravity 20.5", "unbreakable 1", " gravity 2"}))
+        EXPECT_EQ(o.Type("gravity\ngravity 1x\ngravity 20.5\npause 1\n gravity 2\n"),
+                  (Lines{"gravity", "gravity 1x", "gravity 20.5", "pause 1", " gravity 2"}))
             << nLine;
         EXPECT_EQ(o.m_oGame.Gravity(), 1620);
-        EXPECT_FALSE(o.m_oGame.Unbreakable());
-        EXPECT_EQ(CTexts::s_nLanguage, 0);
+        EXPECT_FALSE(o.m_oTimer.IsPaused(0));
+        EXPECT_EQ(g_nLanguage, 0U);
         EXPECT_EQ(o.Type("gravity 0 \n"), Lines());
         EXPECT_EQ(o.m_oGame.Gravity(), 0);
         o.m_oConsole.PressKey(KEY_DOWN);
     }
-    EXPECT_EQ(o.Type("unbreakable\n"), Lines());
-    EXPECT_TRUE(o.m_oGame.Unbreakable());
+    EXPECT_EQ(o.Type("pause\n"), Lines());
+    EXPECT_TRUE(o.m_oTimer.IsPaused(0));
     for (int i = 0; i < 4; ++i)
         o.m_oConsole.PressKey(KEY_DOWN);
     EXPECT_EQ(o.Type("\n"), Lines()) << "an empty line is no command";

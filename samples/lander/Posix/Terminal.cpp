@@ -16,13 +16,6 @@ namespace
 {
 termios s_oBefore;
 std::atomic<bool> s_bStopped = false;
-
-void Handle(int nSignal, void (*pHandler)(int))
-{
-    struct sigaction oAction = {};
-    oAction.sa_handler = pHandler; // and no flag: what waits is to end
-    sigaction(nSignal, &oAction, nullptr);
-}
 } // namespace
 
 bool CTerminal::Begin()
@@ -30,19 +23,20 @@ bool CTerminal::Begin()
     if (isatty(STDOUT_FILENO) == 0 || tcgetattr(STDIN_FILENO, &s_oBefore) != 0)
         return false;
     for (const int nSignal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
-        Handle(nSignal, [](int nEnding) { s_nEndSignal = nEnding; });
-    Handle(SIGBUS, &OnCrash);
-    Handle(SIGPIPE, SIG_IGN);
-    Handle(SIGTSTP,
-           [](int)
-           {
-               s_bStopped = s_bEntered.load();
-               Restore();
-               raise(SIGSTOP);
-               if (s_bStopped) // goes on
-                   Enter();
-           });
+        std::signal(nSignal, [](int nEnding) { s_nEndSignal = nEnding; });
+    std::signal(SIGBUS, &OnCrash);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGTSTP, &OnStop);
     return true;
+}
+
+void CTerminal::OnStop(int)
+{
+    s_bStopped = s_bEntered.load();
+    Restore();
+    raise(SIGSTOP);
+    if (s_bStopped) // goes on
+        Enter();
 }
 
 void CTerminal::SetRaw(bool bRaw)
@@ -69,12 +63,9 @@ bool CTerminal::Write(std::string_view sBytes)
     while (!sBytes.empty() && s_bEntered)
     {
         const auto nWritten = write(STDOUT_FILENO, sBytes.data(), sBytes.size());
-        if (nWritten > 0)
-            sBytes.remove_prefix(static_cast<std::size_t>(nWritten));
-        else if (errno != EINTR && errno != EAGAIN)
+        if (nWritten <= 0 && errno != EAGAIN)
             return false;
-        else if (s_nEndSignal != 0)
-            return true;
+        sBytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(nWritten, 0)));
     }
     return true;
 }

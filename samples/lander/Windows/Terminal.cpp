@@ -4,14 +4,13 @@
 
 #include <array>
 
-#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 // behind it, since it needs its types
 #include <psapi.h>
 
 namespace
 {
-HANDLE s_hInput = nullptr, s_hOutput = nullptr;
+const HANDLE s_hInput = GetStdHandle(STD_INPUT_HANDLE), s_hOutput = GetStdHandle(STD_OUTPUT_HANDLE);
 DWORD s_nInputMode = 0, s_nOutputMode = 0;
 
 BOOL WINAPI OnControl(DWORD nEvent)
@@ -25,8 +24,6 @@ BOOL WINAPI OnControl(DWORD nEvent)
 
 bool CTerminal::Begin()
 {
-    s_hInput = GetStdHandle(STD_INPUT_HANDLE);
-    s_hOutput = GetStdHandle(STD_OUTPUT_HANDLE);
     SetConsoleCtrlHandler(&OnControl, TRUE);
     return GetConsoleMode(s_hInput, &s_nInputMode) && GetConsoleMode(s_hOutput, &s_nOutputMode);
 }
@@ -41,8 +38,7 @@ void CTerminal::SetRaw(bool bRaw)
 std::pair<int, int> CTerminal::GetSize()
 {
     CONSOLE_SCREEN_BUFFER_INFO oInfo{};
-    if (!GetConsoleScreenBufferInfo(s_hOutput, &oInfo))
-        return {80, 24};
+    GetConsoleScreenBufferInfo(s_hOutput, &oInfo);
     return {oInfo.srWindow.Right - oInfo.srWindow.Left + 1, oInfo.srWindow.Bottom - oInfo.srWindow.Top + 1};
 }
 
@@ -62,11 +58,10 @@ bool CTerminal::Read(int nMilliseconds, std::string& sTyped)
     for (DWORD i = 0; i < nEvents; ++i)
     {
         const KEY_EVENT_RECORD& oKey = aEvents[i].Event.KeyEvent;
-        if (aEvents[i].EventType != KEY_EVENT || !oKey.bKeyDown)
-            continue;
-        if (oKey.wVirtualKeyCode >= VK_LEFT && oKey.wVirtualKeyCode <= VK_DOWN)
+        const bool bPressed = aEvents[i].EventType == KEY_EVENT && oKey.bKeyDown;
+        if (bPressed && oKey.wVirtualKeyCode >= VK_LEFT && oKey.wVirtualKeyCode <= VK_DOWN)
             sTyped += {'\x1b', '[', "DACB"[oKey.wVirtualKeyCode - VK_LEFT]}; // as a terminal types them
-        else if (oKey.uChar.AsciiChar != 0)
+        else if (bPressed && oKey.uChar.AsciiChar != 0)
             sTyped += oKey.uChar.AsciiChar;
     }
     return s_nEndSignal == 0;
