@@ -131,11 +131,10 @@ private:
     // Frames are due at even distances; one that comes late moves all that follow. Keys are what is slept over.
     void WaitForFrame()
     {
-        using namespace std::chrono;
-        m_oDue = std::max(m_oDue + nanoseconds(seconds(1)) / TICKS_A_SECOND, Clock::now());
-        for (milliseconds oLeft(1); m_pTerminal != nullptr && !m_bQuit && oLeft.count() > 0;)
+        m_oDue = std::max(m_oDue + Clock::duration(std::chrono::seconds(1)) / TICKS_A_SECOND, Clock::now());
+        for (std::chrono::milliseconds oLeft(1); m_pTerminal != nullptr && !m_bQuit && oLeft.count() > 0;)
         {
-            oLeft = ceil<milliseconds>(m_oDue - Clock::now());
+            oLeft = std::chrono::ceil<std::chrono::milliseconds>(m_oDue - Clock::now());
             if (!CTerminal::Read(static_cast<int>(std::clamp<long long>(oLeft.count(), 0, 100)), m_sTyped))
                 m_bLost = m_bQuit = true;
         }

@@ -78,7 +78,7 @@ public:
             o.m_nGust = static_cast<std::int32_t>(nRandom % (2 * MOST_GUST + 1)) - MOST_GUST;
         }
 
-        const std::int32_t nThrust = PerTick(o.m_nThrottle * THRUST);
+        const std::int32_t nThrust = PerTick(std::int64_t{o.m_nThrottle} * THRUST);
         o.m_nSpeedX += nThrust * SINE[o.m_nTilt + MOST_TILT] / ONE + PerTick(m_pLevel->m_nWind + o.m_nGust);
         o.m_nSpeedY += nThrust * COSINE[o.m_nTilt + MOST_TILT] / ONE - PerTick(o.m_nGravity);
         o.m_nX = std::clamp(o.m_nX + o.m_nSpeedX, FOOT, WORLD_RIGHT - FOOT);
@@ -151,8 +151,8 @@ private:
             nLever = std::clamp(nLever + nSteps, nLeast, nMost);
     }
 
-    // millimetres per second, each second, to parts of a metre a tick, each tick
-    static std::int32_t PerTick(std::int64_t n) { return static_cast<std::int32_t>(n * METRE / (1000 * 60 * 60)); }
+    // Millimetres per second, each second, to parts of a metre a tick, each tick, of which there are 60 * 60 * 1000.
+    static std::int32_t PerTick(std::int64_t n) { return static_cast<std::int32_t>(n * METRE / 3600000); }
 
     const sLevel* m_pLevel = nullptr;
     sFlight m_oFlight;

@@ -83,7 +83,7 @@ private:
         {
             sLevel oLevel;
             const std::size_t nErrors = m_oData.m_aErrors.size();
-            CLevelReader("levels/" + sName, ReadAsset("levels/" + sName), oLevel, m_oData.m_aErrors);
+            const CLevelReader oReader("levels/" + sName, ReadAsset("levels/" + sName), oLevel, m_oData.m_aErrors);
             if (m_oData.m_aErrors.size() == nErrors)
                 m_oData.m_aLevels.push_back(oLevel);
             m_pGuard->LoadComponentCompleted(1.0F / static_cast<float>(aNames.size()), sName.c_str());

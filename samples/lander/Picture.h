@@ -24,7 +24,7 @@ public:
             return;
         m_nWidth = nWidth;
         m_nHeight = nHeight;
-        m_aCells.assign(static_cast<std::size_t>(nWidth * nHeight), MakeCell(' ', COLOUR_TEXT));
+        m_aCells.assign(static_cast<unsigned>(nWidth * nHeight), MakeCell(' ', COLOUR_TEXT));
         Forget();
     }
 
@@ -109,7 +109,7 @@ private:
         return static_cast<Cell>(nColour << 8 | static_cast<unsigned char>(cText >= ' ' && cText <= '~' ? cText : '?'));
     }
 
-    std::size_t At(int nX, int nY) const { return static_cast<std::size_t>(nY * m_nWidth + nX); }
+    std::size_t At(int nX, int nY) const { return static_cast<unsigned>(nY * m_nWidth + nX); }
 
     std::vector<Cell> m_aCells, m_aShown; // 0 where it is not known
     std::string m_sOutput;
@@ -136,9 +136,9 @@ public:
         }
         for (int nColumn = 0; nColumn < m_nWidth; ++nColumn)
         {
-            const std::int64_t nX = std::int64_t{WORLD_RIGHT} * nColumn / std::max(1, m_nWidth - 1);
+            const auto nX = static_cast<std::int32_t>(std::int64_t{WORLD_RIGHT} * nColumn / std::max(1, m_nWidth - 1));
             const bool bPad = nX >= oLevel.m_nPadFrom * METRE && nX <= oLevel.m_nPadTo * METRE;
-            const int nTop = GetRow(oLevel.GetGround(static_cast<std::int32_t>(nX)));
+            const int nTop = GetRow(oLevel.GetGround(nX));
             Put(nColumn, nTop, bPad ? '=' : EARTH[0], bPad ? COLOUR_GOOD : COLOUR_GROUND);
             for (int nRow = nTop + 1; nRow < m_nHeight - 1; ++nRow)
                 Put(nColumn, nRow, EARTH[std::min(nRow - nTop, 3)], COLOUR_GROUND);
