@@ -379,9 +379,10 @@ TEST_F(SystemTimeEvents, MissedPeriodsAreNotMadeUpFor)
         std::this_thread::yield();
     EXPECT_TRUE(System::StopTimeEvent(nEvent));
 
-    // Ten periods fell into the first call. The fourth call comes two periods after the second, not at once.
+    // Ten periods fell into the first call. The fourth call comes two periods after the second, not at once; the second
+    // itself may come late, up to a period.
     ASSERT_GE(s_oTimes.size(), 4U);
-    EXPECT_GE(s_oTimes[3] - oStart, std::chrono::milliseconds(110));
+    EXPECT_GT(s_oTimes[3] - s_oTimes[1], std::chrono::milliseconds(5));
 }
 
 TEST_F(SystemTimeEvents, RemovalOfNothingIsFalse)

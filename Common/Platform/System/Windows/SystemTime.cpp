@@ -27,7 +27,28 @@ struct sTimeEvent
     std::recursive_mutex oCall;       // held during a call; recursive, since an event may remove itself
     std::atomic<unsigned> nEvent = 0; // the system's identifier
     bool bOver = false;               // removed, or one-shot and called
+
+    // Of periodic ones, in steps of the performance counter.
+    std::int64_t nDelay = 0;
+    std::int64_t nBegun = 0;  // when the last call began, or the event
+    std::int64_t nEnded = 0;  // when the last call ended, or was left out
+    std::int64_t nMissed = 0; // calls that the system may still make up for
 };
+
+// The system may make up for the calls that it missed, one right behind the other: they are left out.
+bool IsMadeUpFor(sTimeEvent& oEvent)
+{
+    const std::int64_t nNow = ReadPerformanceCounter();
+    if (oEvent.nMissed > 0 && nNow - oEvent.nEnded < oEvent.nDelay / 4)
+    {
+        --oEvent.nMissed;
+        oEvent.nEnded = nNow;
+        return true;
+    }
+    oEvent.nMissed = (nNow - oEvent.nBegun) / oEvent.nDelay - 1;
+    oEvent.nBegun = nNow;
+    return false;
+}
 
 class CTimeEventTable
 {
@@ -88,11 +109,12 @@ void CALLBACK ForwardEvent(UINT, UINT, DWORD_PTR nKey, DWORD_PTR, DWORD_PTR)
         return;
 
     const std::lock_guard oLock(pEvent->oCall);
-    if (pEvent->bOver)
+    if (pEvent->bOver || (pEvent->bPeriodic && IsMadeUpFor(*pEvent)))
         return;
 
     pEvent->bOver = !pEvent->bPeriodic;
     pEvent->pCallback(pEvent->nEvent, 0, pEvent->nUser, 0, 0);
+    pEvent->nEnded = ReadPerformanceCounter();
     if (!pEvent->bPeriodic)
         GetTable().Remove(nKey);
 }
@@ -166,6 +188,8 @@ unsigned StartTimeEvent(unsigned nDelay, unsigned nResolution, TimeEventCallback
     pEvent->pCallback = pCallback;
     pEvent->nUser = nUser;
     pEvent->bPeriodic = bPeriodic;
+    pEvent->nDelay = std::max<std::int64_t>(GetPerformanceFrequency() * nDelay / 1000, 1);
+    pEvent->nBegun = ReadPerformanceCounter();
 
     // The first call waits until the identifier is known.
     const std::lock_guard oLock(pEvent->oCall);
