@@ -186,8 +186,10 @@ public:
               std::string(static_cast<std::size_t>(fProgress * static_cast<float>(m_nWidth - 1)), '#'), COLOUR_GOOD);
     }
 
-    void DrawBox(const std::string& sCaption, const std::string& sText, long nAnswers)
+    void DrawBox(const std::string& sCaption, std::string sText, long nAnswers)
     {
+        Clear();
+        std::erase(sText, '\r');
         WriteCentred(1, sCaption, COLOUR_BRIGHT);
         Write(1, 2, sText, COLOUR_BAD);
         WriteCentred(m_nHeight - 1, Text(nAnswers), COLOUR_BRIGHT);

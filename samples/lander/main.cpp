@@ -26,7 +26,7 @@ std::string ReadCommandLine(const std::vector<std::string>& aArguments, Options&
 {
     for (std::size_t i = 0; i < aArguments.size(); ++i)
     {
-        const std::string& sOption = aArguments[i];
+        const std::string sOption = aArguments[i] == "-h" ? "--help" : aArguments[i];
         const bool bValue = sOption == "--home" || sOption == "--demo";
         if (!bValue && sOption != "--help" && sOption != "--version")
             return sOption + (sOption[0] == '-' ? ": unknown option" : ": too many arguments");

@@ -219,9 +219,12 @@ TEST(Lander, DoesNotGrowInHalfAnHour)
 
 TEST(Lander, HasTheOptionsOfEveryTool)
 {
-    const sOutcome oHelp = RunGame({"--help"});
-    EXPECT_EQ(oHelp.m_nCode, 0);
-    EXPECT_EQ(oHelp.m_sOutput.rfind("usage: lander", 0), 0U);
+    for (const char* pHelp : {"--help", "-h"})
+    {
+        const sOutcome oHelp = RunGame({pHelp});
+        EXPECT_EQ(oHelp.m_nCode, 0);
+        EXPECT_EQ(oHelp.m_sOutput.rfind("usage: lander", 0), 0U);
+    }
     const sOutcome oVersion = RunGame({"--version"});
     EXPECT_EQ(oVersion.m_nCode, 0);
     EXPECT_EQ(oVersion.m_sOutput, "lander 1.0.0\n");
@@ -597,9 +600,28 @@ TEST(IsolatedLander, DrawsAtAnySize)
             oScene.DrawShip({.m_nX = 600 * METRE, .m_nY = 200 * METRE, .m_nTilt = nTilt, .m_nThrottle = 4},
                             COLOUR_BRIGHT);
         oScene.DrawTexts(oGame, 60, true, "message");
-        oScene.DrawBox("caption", "text\nof lines", TEXT_ANSWERS);
         CShown oShown(nWidth, nHeight);
         oShown.Add(oScene.Present());
+
+        // a box is read without the picture behind it
+        oScene.DrawBox("caption", "text\r\nof lines", TEXT_ANSWERS);
+        oShown.Add(oScene.Present());
+        if (nWidth < 80 || nHeight < 5)
+            continue;
+        const auto Line = [nWidth = nWidth](std::string sText, std::size_t nColumn)
+        {
+            sText.insert(0, nColumn, ' ');
+            sText.resize(static_cast<std::size_t>(nWidth), ' ');
+            return sText;
+        };
+        Lines aExpected(static_cast<std::size_t>(nHeight), Line("", 0));
+        const auto Middle = [&](const std::string& sText)
+        { return Line(sText, (static_cast<std::size_t>(nWidth) - sText.size()) / 2); };
+        aExpected[1] = Middle("caption");
+        aExpected[2] = Line("text", 1);
+        aExpected[3] = Line("of lines", 1);
+        aExpected.back() = Middle(Text(TEXT_ANSWERS));
+        EXPECT_EQ(oShown.GetLines(), aExpected);
     }
 }
 
