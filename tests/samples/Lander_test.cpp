@@ -590,8 +590,10 @@ TEST(IsolatedLander, DrawsAtAnySize)
     const sGameData oData = CLoader(3).Take();
     ASSERT_EQ(oData.m_aLevels.size(), 3U);
     constexpr std::pair<int, int> SIZES[] = {{1, 1}, {2, 2}, {10, 5}, {5, 100}, {80, 24}, {120, 40}, {300, 3}};
-    for (const auto& [nWidth, nHeight] : SIZES)
+    for (const auto& oSize : SIZES)
     {
+        const int nWidth = oSize.first;
+        const int nHeight = oSize.second;
         CScene oScene(oData.m_aShips);
         oScene.SetSize(nWidth, nHeight);
         oScene.DrawLoading(0.5F);
@@ -608,7 +610,7 @@ TEST(IsolatedLander, DrawsAtAnySize)
         oShown.Add(oScene.Present());
         if (nWidth < 80 || nHeight < 5)
             continue;
-        const auto Line = [nWidth = nWidth](std::string sText, std::size_t nColumn)
+        const auto Line = [&](std::string sText, std::size_t nColumn)
         {
             sText.insert(0, nColumn, ' ');
             sText.resize(static_cast<std::size_t>(nWidth), ' ');
