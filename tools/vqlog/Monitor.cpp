@@ -286,7 +286,7 @@ void ShowFile(const std::string& sName, bool bFollow, const sView& oView)
                     throw CFailure(sName, "cannot be read");
                 oLines.End();
             });
-        if (oScreen.IsInterrupted())
+        if (CScreen::IsInterrupted())
             oScreen.PrintCounts(oLines.GetMalformed());
         else if (oLines.GetMalformed() != 0)
             PrintWarning(MakePrintable(sName) + ": " + std::to_string(oLines.GetMalformed()) + " malformed");
