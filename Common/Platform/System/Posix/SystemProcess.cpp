@@ -41,7 +41,7 @@ std::atomic<pid_t>* g_pProcess = MakeProcessPage();
 
 // Where a program starts without a standard error the first file, slot or pipe that is opened takes its number: texts
 // for the debugger must not get into it.
-const bool g_bLacksStandardError = fcntl(STDERR_FILENO, F_GETFD) == -1;
+const bool LACKS_STANDARD_ERROR = fcntl(STDERR_FILENO, F_GETFD) == -1;
 
 bool WaitUntilWritable(int nDescriptor)
 {
@@ -96,7 +96,7 @@ void BreakIntoDebugger()
 
 void WriteDebugger(const char* pText)
 {
-    if (g_bLacksStandardError)
+    if (LACKS_STANDARD_ERROR)
         return;
 
     const int nError = errno;
